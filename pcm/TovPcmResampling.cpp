@@ -1,0 +1,163 @@
+#include "pcm/TovPcm.h"
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <numbers>
+
+#include "pcm/kernels/TovKernels.h"
+
+namespace {
+
+struct FilterParams {
+  int samplesPerCrossing; ///< raising it costs table memory, and gains interpolation accuracy
+  int zeroCrossings;      ///< raising it costs time per output, and gains a steeper filter
+};
+
+constexpr FilterParams filterParams[4] = {{0, 0}, {512, 3}, {512, 7}, {2048, 13}};
+constexpr const char* filterQualityString[4] = {"Proxy", "Medium", "High", "Highest"};
+
+constexpr double kKaiserBeta = 9.0;
+
+/** Guards the building of tables; a built one is published by its pointer. */
+std::mutex filterTableMutex;
+
+int validQuality(int quality)
+{
+  return std::clamp(quality, 0, 3);
+}
+
+/** Sinc under a Kaiser window, at a distance of @p t input frames. */
+double windowedSinc(double t, int zeroCrossings, double windowNorm)
+{
+  const double u = t / zeroCrossings;
+  const double window = TovPcm::filterI0(kKaiserBeta * std::sqrt(1.0 - u * u)) / windowNorm;
+  const double angle = std::numbers::pi * t;
+  return window * std::sin(angle) / angle;
+}
+
+/** Replaces the table pair of a quality of 1 to 3.  Caller holds
+ *  filterTableMutex. */
+void buildFilterTable(int quality)
+{
+  const auto [samplesPerCrossing, zeroCrossings] = filterParams[quality];
+  const std::size_t length = static_cast<std::size_t>(samplesPerCrossing * zeroCrossings);
+  std::unique_ptr<float[]> value(new float[length]);
+  std::unique_ptr<float[]> delta(new float[length]);
+
+  const double windowNorm = TovPcm::filterI0(kKaiserBeta);
+  value[0] = 1.0f;
+  for (std::size_t i = 1; i < length; ++i) {
+    const double t = static_cast<double>(i) / samplesPerCrossing;
+    value[i] = static_cast<float>(windowedSinc(t, zeroCrossings, windowNorm));
+    delta[i - 1] = value[i] - value[i - 1];
+  }
+  delta[length - 1] = 0.0f - value[length - 2]; // deliberate: not the last entry
+
+  delete[] TovPcm::filterTable[quality];
+  delete[] TovPcm::filterTableDelta[quality];
+  TovPcm::filterTableLength[quality] = static_cast<int>(length);
+  TovPcm::filterTableDelta[quality] = delta.release();
+  std::atomic_ref(TovPcm::filterTable[quality]).store(value.release(), std::memory_order_release);
+}
+
+/** The filter of a quality of 1 to 3, built by whoever comes first. */
+TovKernels::FilterWing filterWing(int quality)
+{
+  const std::atomic_ref table(TovPcm::filterTable[quality]);
+  if (!table.load(std::memory_order_acquire)) {
+    const std::lock_guard<std::mutex> guard(filterTableMutex);
+    if (!table.load(std::memory_order_relaxed))
+      buildFilterTable(quality);
+  }
+  return {table.load(std::memory_order_acquire), TovPcm::filterTableDelta[quality],
+          TovPcm::filterTableLength[quality], filterParams[quality].samplesPerCrossing};
+}
+
+} // namespace
+
+float* TovPcm::filterTable[4] = {};
+float* TovPcm::filterTableDelta[4] = {};
+int TovPcm::filterTableLength[4] = {};
+
+const char* TovPcm::getFilterQualityString(int quality)
+{
+  return filterQualityString[validQuality(quality)];
+}
+
+double TovPcm::filterI0(double x)
+{
+  constexpr int kTerms = 29;
+  const double halfX = 0.5 * x;
+  double sum = 1.0;
+  double factorial = 1.0;
+  for (int k = 1; k <= kTerms; ++k) {
+    factorial *= k;
+    const double root = std::pow(halfX, k) / factorial;
+    sum += root * root;
+  }
+  return sum;
+}
+
+void TovPcm::createFilterTable(int quality)
+{
+  quality = validQuality(quality);
+  if (quality == 0)
+    return;
+  const std::lock_guard<std::mutex> guard(filterTableMutex);
+  buildFilterTable(quality);
+}
+
+int TovPcm::resamplerHandles(int quality, int outRate, int inRate)
+{
+  quality = validQuality(quality);
+  if (quality == 0 || outRate < 1 || inRate < 1)
+    return 1;
+  const double ratio = static_cast<double>(outRate) / inRate;
+  const int zeroCrossings = filterParams[quality].zeroCrossings;
+  if (ratio >= 1.0)
+    return zeroCrossings + 1;
+  const double handles = std::ceil(zeroCrossings / ratio) + 1.0;
+  return handles < INT_MAX ? static_cast<int>(handles) : INT_MAX;
+}
+
+void TovPcm::resample(int quality, float* out, const float* in, int outRate, int inRate,
+                      long long outFrames, long long inFrames, float phase)
+{
+  quality = validQuality(quality);
+  if (quality == 0) {
+    resampleLowQuality(out, in, outRate, inRate, outFrames, inFrames);
+    return;
+  }
+
+  const long long frames = static_cast<int>(outFrames); // the count's low 32 bits
+  if (outRate < 1 || inRate < 1) {
+    TovKernels::fillSilence(out, frames);
+    return;
+  }
+  const TovKernels::FilterWing wing = filterWing(quality);
+  const double ratio = static_cast<double>(outRate) / inRate;
+  const double step = static_cast<double>(inRate) / outRate;
+  const double position = std::isfinite(phase) ? static_cast<double>(phase) : 0.0;
+  if (ratio >= 1.0) {
+    TovKernels::resampleUp(out, in, wing, step, position, frames);
+  } else {
+    const float ratioF = static_cast<float>(outRate) / static_cast<float>(inRate);
+    TovKernels::resampleDown(out, in, wing, ratio, ratioF, step, position,
+                 resamplerHandles(quality, outRate, inRate), frames);
+  }
+}
+
+void TovPcm::resampleLowQuality(float* out, const float* in, int outRate, int inRate,
+                                long long outFrames, long long)
+{
+  if (outRate < 1 || inRate < 1) {
+    TovKernels::fillSilence(out, outFrames);
+    return;
+  }
+  const double step = static_cast<double>(inRate) / outRate * 65536.0;
+  TovKernels::resampleByHold(out, in, static_cast<long long>(step), outFrames);
+}
