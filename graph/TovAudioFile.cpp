@@ -1,0 +1,449 @@
+#include "graph/TovAudioFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "core/TovFile.h"
+#include "core/TovLockGuard.h"
+#include "core/TovSys.h"
+#include "graph/TovSaturating.h"
+#include "io/TovAudioReader.h"
+#include "io/TovAudioTranslator.h"
+#include "pcm/TovPcm.h"
+#include "pcm/kernels/TovKernels.h"
+
+namespace {
+
+constexpr char kTag[] = "AFIL";
+constexpr unsigned int kVersion = 0;
+constexpr std::size_t kTagBytes = 4;
+constexpr std::size_t kBlobBytesWithoutName = 29; ///< tag to srcOut, the name's closing 0 included
+constexpr std::size_t kUsualBlobBytes = 16584;    ///< enough for every name but absurd ones
+
+constexpr int kDefaultPlaybackRate = 44100;
+constexpr int kLowestPlaybackRate = 200;
+constexpr int kHighestPlaybackRate = 192000;
+
+std::unique_ptr<char[]> copyOf(const char* text)
+{
+  const std::size_t size = std::strlen(text) + 1;
+  std::unique_ptr<char[]> copy(new char[size]);
+  std::memcpy(copy.get(), text, size);
+  return copy;
+}
+
+/** The first @p count buffers of an array, each advanced by @p frames. */
+TovNLPArray<float> advanced(const TovNLPArray<float>& buffers, int count, long long frames)
+{
+  TovNLPArray<float> result;
+  for (int i = 0; i < count; ++i)
+    result.append(buffers[i] + frames);
+  return result;
+}
+
+bool hasNullBuffer(const TovNLPArray<float>& buffers)
+{
+  for (int i = 0; i < buffers.getCount(); ++i)
+    if (!buffers[i])
+      return true;
+  return false;
+}
+
+} // namespace
+
+/** Where a request falls in the file, in the file's frames. */
+struct TovAudioFile::Span {
+  long long outFrames;   ///< frames the caller gets
+  long long position;    ///< first frame needed; may be negative
+  long long frames;      ///< frames needed, silence included
+  long long readableEnd; ///< behind the last frame that may be read
+  bool isConverted;      ///< the rates differ
+  int handles;           ///< of frames, those on each side that only the filter needs
+  float phase;           ///< of the first output frame, in frames; 0 to 1
+};
+
+TovAudioFile::TovAudioFile()
+    : reader(nullptr), fileName(nullptr), filePath(nullptr), sourceFormat{}, playbackRate(0),
+      srcIn(0.0), srcOut(0.0), errorFlag(1), readerLock(0), openRate(0), isOpenRateKnown(false)
+{
+}
+
+TovAudioFile::TovAudioFile(const TovAudioFile& other)
+    : TovAudioProvider(other), reader(nullptr), fileName(nullptr), filePath(nullptr),
+      sourceFormat{}, playbackRate(other.playbackRate), srcIn(other.srcIn), srcOut(other.srcOut),
+      errorFlag(1), readerLock(0), openRate(0), isOpenRateKnown(false)
+{
+  std::unique_ptr<char[]> name;
+  {
+    const TovLockGuard guard(other.readerLock);
+    if (other.fileName)
+      name = copyOf(other.fileName);
+  }
+  setFileNameNoLock(name.get());
+}
+
+TovAudioFile::~TovAudioFile()
+{
+  delete[] fileName;
+  delete[] filePath;
+  delete reader;
+}
+
+TovAudioProvider* TovAudioFile::clone() const
+{
+  return new TovAudioFile(*this);
+}
+
+// --- The file -------------------------------------------------------------
+
+int TovAudioFile::setFileNameNoLock(const char* name)
+{
+  if (!name) {
+    const TovLockGuard guard(readerLock);
+    delete[] fileName;
+    delete[] filePath;
+    fileName = nullptr;
+    filePath = nullptr;
+    return failNoReaderLock(0);
+  }
+
+  // Made before the old strings go: name may be the old one.
+  std::unique_ptr<char[]> newName = copyOf(name);
+  char path[TovFile::kMaxPath];
+  TovFile::uncFileName(path, TovFile::replaceEnvVars(TovName::getString(name)).c_str());
+  std::unique_ptr<char[]> newPath = copyOf(path);
+
+  const TovLockGuard guard(readerLock);
+  delete[] fileName;
+  delete[] filePath;
+  fileName = newName.release();
+  filePath = newPath.release();
+  return refreshNoReaderLock();
+}
+
+int TovAudioFile::setFileName(const char* name)
+{
+  int status = 0;
+  {
+    const LockedProvider locked(*this);
+    status = setFileNameNoLock(name);
+  }
+  callNotifyCallbacks();
+  return status;
+}
+
+int TovAudioFile::initializeNoLock(const char* name)
+{
+  const int status = setFileNameNoLock(name);
+
+  const TovLockGuard guard(readerLock);
+  srcIn = 0.0;
+  srcOut = 0.0;
+  playbackRate = kDefaultPlaybackRate;
+  if (!errorFlag) {
+    playbackRate = static_cast<int>(sourceFormat.sampleRate);
+    if (sourceFormat.sampleRate > 0)
+      srcOut = static_cast<double>(sourceFormat.frameCount) / sourceFormat.sampleRate;
+  }
+  return status;
+}
+
+int TovAudioFile::initialize(const char* name)
+{
+  const LockedProvider locked(*this);
+  return initializeNoLock(name);
+}
+
+int TovAudioFile::refresh()
+{
+  const TovLockGuard guard(readerLock);
+  return refreshNoReaderLock();
+}
+
+/** Gives up the reader.  Caller holds readerLock. */
+int TovAudioFile::failNoReaderLock(int status)
+{
+  delete reader;
+  reader = nullptr;
+  errorFlag = 1;
+  return status;
+}
+
+/** Caller holds readerLock. */
+int TovAudioFile::refreshNoReaderLock()
+{
+  failNoReaderLock(0);
+  const char* const path = filePath ? filePath : "";
+  TovAudioTranslator* const translator =
+      TovAudioTranslator::findReader(TovName::getString(path), 1);
+  reader = translator ? translator->createReader() : nullptr;
+  if (!reader) {
+    TovSys::error("%ETovAudioFile: \"%s\" : unknown audio file type\n", path);
+    return failNoReaderLock(2);
+  }
+  if (reader->initialize(path) != 0) {
+    TovSys::error("%ETovAudioFile: Could not read \"%s\"\n", path);
+    return failNoReaderLock(3);
+  }
+  sourceFormat = {};
+  reader->getFileSpec(&sourceFormat);
+  reader->close();
+  errorFlag = 0;
+  return 0;
+}
+
+int TovAudioFile::activate(const TovAudioContext&)
+{
+  const TovLockGuard guard(readerLock);
+  if (errorFlag || !reader || !fileName || !filePath)
+    return 1;
+  isOpenRateKnown = false;
+  return reader->initialize(filePath) == 0 ? 0 : failNoReaderLock(3);
+}
+
+int TovAudioFile::deactivate()
+{
+  return 0;
+}
+
+// --- Settings -------------------------------------------------------------
+
+const char* TovAudioFile::getFileName() const
+{
+  const LockedProvider locked(*this);
+  return fileName ? fileName : "";
+}
+
+int TovAudioFile::getSourceFormat(TovAudioIOFormat* out) const
+{
+  const LockedProvider locked(*this);
+  const TovLockGuard guard(readerLock);
+  if (!out)
+    return 4;
+  if (!reader)
+    return 1;
+  *out = sourceFormat;
+  return 0;
+}
+
+int TovAudioFile::getPlaybackRate() const
+{
+  const LockedProvider locked(*this);
+  return playbackRate;
+}
+
+double TovAudioFile::getSrcIn() const
+{
+  const LockedProvider locked(*this);
+  return srcIn;
+}
+
+double TovAudioFile::getSrcOut() const
+{
+  const LockedProvider locked(*this);
+  return srcOut;
+}
+
+int TovAudioFile::hasError() const
+{
+  const LockedProvider locked(*this);
+  const TovLockGuard guard(readerLock);
+  return errorFlag;
+}
+
+int TovAudioFile::setPlaybackRate(int rate)
+{
+  if (rate > 0) {
+    const LockedProvider locked(*this);
+    playbackRate = std::clamp(rate, kLowestPlaybackRate, kHighestPlaybackRate);
+  }
+  callNotifyCallbacks();
+  return rate > 0 ? 0 : 4;
+}
+
+int TovAudioFile::setSrcIn(double seconds)
+{
+  {
+    const LockedProvider locked(*this);
+    srcIn = seconds;
+  }
+  callNotifyCallbacks();
+  return 0;
+}
+
+int TovAudioFile::setSrcOut(double seconds)
+{
+  {
+    const LockedProvider locked(*this);
+    srcOut = seconds;
+  }
+  callNotifyCallbacks();
+  return 0;
+}
+
+// --- Rendering ------------------------------------------------------------
+
+int TovAudioFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
+                           const TovAudioContext& context, double t0, double t1)
+{
+  const LockedProvider locked(*this);
+  const TovLockGuard guard(readerLock);
+  if (!reader)
+    return 2;
+  TovAudioIOFormat format;
+  if (reader->getFileSpec(&format) != 0)
+    return 1;
+  // The rate of the first call after the file was opened: an AIFF reader gives
+  // the true one only there and at every other call.
+  if (!isOpenRateKnown) {
+    openRate = format.sampleRate;
+    isOpenRateKnown = true;
+  }
+  format.sampleRate = openRate;
+  if (context.sampleRate < 1 || hasNullBuffer(buffers))
+    return 4;
+  if (playbackRate < 1)
+    return 1;
+
+  Span span;
+  const int status = planSpan(span, format, context, t0, t1);
+  return status == 0 ? render(span, buffers, channelMap, context) : status;
+}
+
+/** Caller holds both locks. */
+int TovAudioFile::planSpan(Span& span, const TovAudioIOFormat& format,
+                           const TovAudioContext& context, double t0, double t1) const
+{
+  const TovAudioContext inner(playbackRate, 0, 1.0, context.timeOffset);
+  const double scale = static_cast<double>(format.sampleRate) / playbackRate;
+  const long long inIndex = getSampleIndex(inner, scale * srcIn);
+  const long long outIndex = getSampleIndex(inner, scale * srcOut);
+  const long long base = tovSaturatingSum(inIndex, getSampleIndex(inner, -context.timeOffset));
+
+  span.outFrames = getNumSampleFrames(context, t0, t1);
+  if (span.outFrames > kMostRequestFrames)
+    return 1;
+  span.isConverted = playbackRate != context.sampleRate;
+  span.handles = 0;
+  span.phase = 0.0f;
+  if (span.isConverted) {
+    if (!planConversion(span, inner, context, t0, t1))
+      return 5;
+  } else {
+    span.position = getSampleIndex(inner, t0);
+    span.frames = getNumSampleFrames(inner, t0, t1);
+  }
+  if (span.frames > kMostRequestFrames)
+    return 1;
+
+  span.position = tovSaturatingSum(span.position, base);
+  span.readableEnd =
+      std::min<long long>(std::max(outIndex, span.position), format.frameCount);
+  const bool isOutside = tovSaturatingSum(span.position, span.frames) < 0 ||
+                         span.readableEnd <= span.position || format.frameCount == 0;
+  return isOutside ? 5 : 0;
+}
+
+/** What the resampler needs of the file: from the source frame of the first
+ *  output frame to that of the last, and the handles on both sides.  False at
+ *  times that no clock has, where indices saturate. */
+bool TovAudioFile::planConversion(Span& span, const TovAudioContext& inner,
+                                  const TovAudioContext& context, double t0, double t1) const
+{
+  const double outRate = context.sampleRate;
+  const double ts = static_cast<double>(getSampleIndex(context, t0)) / outRate;
+  const double te = static_cast<double>(getSampleIndex(context, t1)) / outRate;
+  const long long start = getSampleIndex(inner, ts);
+  span.phase = static_cast<float>(playbackRate * ts - static_cast<double>(start));
+  span.handles = TovPcm::resamplerHandles(context.quality, context.sampleRate, playbackRate);
+  const long long bothHandles = 2LL * span.handles;
+  span.position = tovSaturatingDifference(start, span.handles);
+  span.frames = tovSaturatingSum(getNumSampleFrames(inner, ts, te), 1 + bothHandles);
+  if (!(span.phase >= 0.0f && span.phase <= 1.0f))
+    return false;
+  if (span.outFrames <= 0)
+    return true;
+
+  // The last position as the resampler comes to it: beyond what the indices
+  // say only where times are coarser than frames, or where the position has
+  // drifted over very many frames.
+  const double last = span.phase + static_cast<double>(span.outFrames - 1) * (playbackRate / outRate);
+  const long long drift = span.outFrames > 1 << 22 ? 16 : 0;
+  span.frames = std::max(span.frames, static_cast<long long>(std::ceil(last)) + bothHandles + drift);
+  return true;
+}
+
+/** Caller holds both locks. */
+int TovAudioFile::render(const Span& span, const TovNLPArray<float>& buffers,
+                         const TovNLArray<int>& channelMap, const TovAudioContext& context)
+{
+  const int channels = buffers.getCount();
+  if (span.isConverted)
+    allocSampleBuffers(channels, span.frames);
+  const TovNLPArray<float>& targets = span.isConverted ? getSampleBuffers() : buffers;
+
+  // Silence everywhere first: before the file's first frame, behind its last
+  // or srcOut, and where a file turns out to be shorter than it says.
+  for (int i = 0; i < channels; ++i)
+    TovKernels::fillSilence(targets[i], span.frames);
+
+  const long long first = std::max(span.position, 0LL);
+  const long long leading = first - span.position;
+  const long long count = std::min(span.frames - leading, span.readableEnd - first);
+  if (count > 0 &&
+      reader->readChannels(advanced(targets, channels, leading), channelMap, first, count) != 0)
+    return 1;
+
+  if (span.isConverted)
+    for (int i = 0; i < channels; ++i)
+      TovPcm::resample(context.quality, buffers[i], targets[i] + span.handles, context.sampleRate,
+                       playbackRate, span.outFrames, span.frames, span.phase);
+  return 0;
+}
+
+// --- The blob -------------------------------------------------------------
+
+int TovAudioFile::serialize(void** out)
+{
+  const LockedProvider locked(*this);
+  const char* const name = fileName ? fileName : "";
+  const std::size_t nameBytes = std::strlen(name);
+  const std::size_t blobBytes = kBlobBytesWithoutName + nameBytes;
+  unsigned char* const blob = new unsigned char[std::max(blobBytes, kUsualBlobBytes)];
+
+  unsigned char* cursor = blob;
+  std::memcpy(cursor, kTag, kTagBytes);
+  cursor += kTagBytes;
+  writeVal(&cursor, kVersion);
+  std::memcpy(cursor, name, nameBytes + 1);
+  cursor += nameBytes + 1;
+  writeVal(&cursor, static_cast<unsigned int>(playbackRate));
+  writeVal(&cursor, srcIn);
+  writeVal(&cursor, srcOut);
+  *out = blob;
+  return static_cast<int>(blobBytes);
+}
+
+int TovAudioFile::deserialize(const void* blob, bool)
+{
+  LockedProvider locked(*this);
+  if (!blob || std::memcmp(blob, kTag, kTagBytes) != 0)
+    return -1;
+  unsigned char* const begin = const_cast<unsigned char*>(static_cast<const unsigned char*>(blob));
+  unsigned char* cursor = begin + kTagBytes;
+  if (readUInt(&cursor) != kVersion) {
+    locked.abandon(); // deliberate: another version leaves the lock held
+    return -1;
+  }
+
+  const char* const name = reinterpret_cast<const char*>(cursor);
+  if (*name)
+    initializeNoLock(name);
+  cursor += std::strlen(name) + 1;
+  playbackRate = static_cast<int>(readUInt(&cursor));
+  srcIn = readDouble(&cursor);
+  srcOut = readDouble(&cursor);
+  return static_cast<int>(cursor - begin);
+}

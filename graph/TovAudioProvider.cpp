@@ -1,0 +1,301 @@
+#include "graph/TovAudioProvider.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <new>
+
+#include "core/TovLockGuard.h"
+#include "graph/TovSaturating.h"
+
+namespace {
+
+/** Kept to spare in each sample buffer, so that requests that vary slightly in
+ *  length do not reallocate. */
+constexpr long long kHeadRoomFrames = 10;
+
+constexpr int kCallbackGrowth = 10;
+
+template <typename Unsigned>
+Unsigned readBigEndian(unsigned char** cursor)
+{
+  std::uint64_t value = 0;
+  for (unsigned int i = 0; i < sizeof(Unsigned); ++i)
+    value = value << 8 | *(*cursor)++;
+  return static_cast<Unsigned>(value);
+}
+
+template <typename Unsigned>
+void writeBigEndian(unsigned char** cursor, Unsigned value)
+{
+  for (unsigned int i = sizeof(Unsigned); i > 0; --i)
+    *(*cursor)++ = static_cast<unsigned char>(std::uint64_t{value} >> (8 * (i - 1)) & 0xffu);
+}
+
+} // namespace
+
+/** One run of callNotifyCallbacks(), which the list's changes keep in step. */
+struct TovAudioProvider::Notification {
+  int next;            ///< index of the entry to call next
+  int end;             ///< behind the last entry to call
+  Notification* outer; ///< the run begun before this one and not ended yet
+};
+
+TovAudioProvider::TovAudioProvider()
+    : refCount(1), sampleBufferFrames(0), callbackFuncs(nullptr), callbackCapacity(0),
+      callbackCount(0), providerLock(0), bufferLock(0), callbackLock(0), notifications(nullptr),
+      providerLockAbandoned(false)
+{
+}
+
+TovAudioProvider::TovAudioProvider(const TovAudioProvider&) : TovAudioProvider() {}
+
+TovAudioProvider::~TovAudioProvider()
+{
+  clearSampleBuffers();
+  delete[] callbackFuncs;
+}
+
+// --- Time and samples -----------------------------------------------------
+
+long long TovAudioProvider::getSampleIndex(const TovAudioContext& context, double time) const
+{
+  const double index = std::floor(context.sampleRate * time);
+  constexpr double kLimit = 9223372036854775808.0; // 2^63
+  if (std::isnan(index))
+    return 0;
+  if (index >= kLimit)
+    return LLONG_MAX;
+  if (index < -kLimit)
+    return LLONG_MIN;
+  return static_cast<long long>(index);
+}
+
+long long TovAudioProvider::getNumSampleFrames(const TovAudioContext& context, double t0,
+                                               double t1) const
+{
+  const long long end = getSampleIndex(context, t1);
+  return tovSaturatingDifference(end, getSampleIndex(context, t0));
+}
+
+double TovAudioProvider::getTimeOfSample(const TovAudioContext& context, long long sample) const
+{
+  const int rate = context.sampleRate;
+  if (rate == 0)
+    return 0.0;
+  const double quotient = static_cast<double>(sample) / rate;
+  if (rate < 1)
+    return quotient;
+
+  double time = quotient;
+  long long index = getSampleIndex(context, time);
+  if (index == sample)
+    return time;
+
+  const double step = (sample > index ? 0.5 : -0.5) / rate;
+  do {
+    if (time + step == time) // far out, where times are further apart than samples
+      return quotient;
+    time += step;
+    index = getSampleIndex(context, time);
+  } while (sample > index);
+  return time;
+}
+
+// --- Notify callbacks -----------------------------------------------------
+
+void TovAudioProvider::addCallback(void (*function)(void*), void* data)
+{
+  const TovLockGuard provider(providerLock);
+  const TovLockGuard list(callbackLock);
+  if (callbackCount == callbackCapacity) {
+    const int capacity = callbackCapacity + kCallbackGrowth;
+    NotifyCallback* const grown = new NotifyCallback[static_cast<std::size_t>(capacity)];
+    std::copy_n(callbackFuncs, callbackCount, grown);
+    delete[] callbackFuncs;
+    callbackFuncs = grown;
+    callbackCapacity = capacity;
+  }
+  callbackData.append(data);
+  callbackFuncs[callbackCount] = function;
+  ++callbackCount;
+}
+
+void TovAudioProvider::removeCallback(void (*function)(void*), void* data)
+{
+  const bool waits = !providerLockAbandoned;
+  if (waits)
+    TovLock::acquire(providerLock);
+  {
+    const TovLockGuard list(callbackLock);
+    for (int i = 0; i < callbackCount;) {
+      if (callbackFuncs[i] == function && callbackData[static_cast<unsigned long>(i)] == data)
+        eraseCallback(i);
+      else
+        ++i;
+    }
+  }
+  if (waits)
+    TovLock::release(providerLock);
+}
+
+/** Caller holds callbackLock. */
+void TovAudioProvider::eraseCallback(int index)
+{
+  std::copy(callbackFuncs + index + 1, callbackFuncs + callbackCount, callbackFuncs + index);
+  callbackData.removeByIndex(static_cast<unsigned long>(index));
+  --callbackCount;
+  for (Notification* run = notifications; run; run = run->outer) {
+    run->next -= index < run->next ? 1 : 0;
+    run->end -= index < run->end ? 1 : 0;
+  }
+}
+
+void TovAudioProvider::callNotifyCallbacks()
+{
+  Notification run;
+  TovLock::acquire(callbackLock);
+  run = {0, callbackCount, notifications};
+  notifications = &run;
+  while (run.next < run.end) {
+    const NotifyCallback function = callbackFuncs[run.next];
+    void* const data = callbackData[static_cast<unsigned long>(run.next)];
+    ++run.next;
+    TovLock::release(callbackLock);
+    function(data);
+    TovLock::acquire(callbackLock);
+  }
+  // Runs of several threads need not end in the order they began.
+  Notification** link = &notifications;
+  while (*link != &run)
+    link = &(*link)->outer;
+  *link = run.outer;
+  TovLock::release(callbackLock);
+}
+
+// --- Sharing and locking --------------------------------------------------
+
+int TovAudioProvider::reference()
+{
+  return ++refCount;
+}
+
+int TovAudioProvider::dereference()
+{
+  const int remaining = --refCount;
+  if (remaining == 0)
+    delete this;
+  return remaining;
+}
+
+void TovAudioProvider::lockAcquire() const
+{
+  TovLock::acquire(providerLock);
+}
+
+int TovAudioProvider::lockAttempt() const
+{
+  return TovLock::attempt(providerLock);
+}
+
+void TovAudioProvider::lockRelease() const
+{
+  TovLock::release(providerLock);
+}
+
+void TovAudioProvider::LockedProvider::abandon()
+{
+  provider->providerLockAbandoned = true;
+  provider = nullptr;
+}
+
+// --- Sample buffers -------------------------------------------------------
+
+TovNLPArray<float>& TovAudioProvider::getSampleBuffers()
+{
+  return sampleBuffers;
+}
+
+long long TovAudioProvider::getSampleBufferFrames() const
+{
+  return sampleBufferFrames;
+}
+
+void TovAudioProvider::allocSampleBuffers(int numChannels, long long frames)
+{
+  constexpr long long kMostFrames = LLONG_MAX / static_cast<long long>(sizeof(float));
+  if (frames > kMostFrames - kHeadRoomFrames)
+    throw std::bad_alloc();
+
+  const TovLockGuard guard(bufferLock);
+  if (sampleBufferFrames < frames) {
+    clearSampleBuffers();
+    sampleBufferFrames = frames + kHeadRoomFrames;
+  }
+  while (sampleBuffers.getCount() < numChannels) {
+    std::unique_ptr<float[]> block(new float[static_cast<std::size_t>(sampleBufferFrames)]);
+    sampleBuffers.append(block.get());
+    block.release();
+  }
+}
+
+void TovAudioProvider::clearSampleBuffers()
+{
+  for (int i = 0; i < sampleBuffers.getCount(); ++i)
+    delete[] sampleBuffers[i];
+  sampleBuffers.clear();
+  sampleBufferFrames = 0;
+}
+
+// --- Blob primitives ------------------------------------------------------
+
+unsigned short TovAudioProvider::readUShort(unsigned char** cursor)
+{
+  return readBigEndian<unsigned short>(cursor);
+}
+
+unsigned int TovAudioProvider::readUInt(unsigned char** cursor)
+{
+  return readBigEndian<unsigned int>(cursor);
+}
+
+float TovAudioProvider::readFloat(unsigned char** cursor)
+{
+  return std::bit_cast<float>(readBigEndian<std::uint32_t>(cursor));
+}
+
+double TovAudioProvider::readDouble(unsigned char** cursor)
+{
+  return std::bit_cast<double>(readBigEndian<std::uint64_t>(cursor));
+}
+
+void TovAudioProvider::writeVal(unsigned char** cursor, unsigned short value)
+{
+  writeBigEndian(cursor, value);
+}
+
+void TovAudioProvider::writeVal(unsigned char** cursor, unsigned int value)
+{
+  writeBigEndian(cursor, value);
+}
+
+void TovAudioProvider::writeVal(unsigned char** cursor, float value)
+{
+  writeBigEndian(cursor, std::bit_cast<std::uint32_t>(value));
+}
+
+void TovAudioProvider::writeVal(unsigned char** cursor, double value)
+{
+  writeBigEndian(cursor, std::bit_cast<std::uint64_t>(value));
+}
+
+double TovSwab(double value)
+{
+  auto bytes = std::bit_cast<std::array<unsigned char, sizeof(double)>>(value);
+  std::reverse(bytes.begin(), bytes.end());
+  return std::bit_cast<double>(bytes);
+}

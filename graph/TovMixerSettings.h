@@ -1,0 +1,14 @@
+#pragma once
+
+class TovPlug;
+
+/** The host settings that the mixer module declares and reads.  Any thread,
+ *  at any time, static constructors included; the plugs are read at each use,
+ *  so that a change counts at once. */
+struct TovMixerSettings {
+  TovPlug* soloOverridesMute; ///< "sys.audioSoloOverridesMute"
+  TovPlug* framesPerSecond;   ///< "script.framesPerSecond"
+  TovPlug* addScriptFlag;     ///< "gui.addScriptFlag"
+
+  static const TovMixerSettings& instance();
+};
