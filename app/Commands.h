@@ -1,0 +1,19 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+// Each command is declared once, which adds it to the program and gives its
+// parser, and run after parsing, which returns the exit status.  Running
+// throws UsageError, Failure and Interrupted.
+
+CLI::App* declareInfo(CLI::App& program);
+int runInfo(const CLI::App& command);
+
+CLI::App* declareConvert(CLI::App& program);
+int runConvert(const CLI::App& command);
+
+CLI::App* declareMix(CLI::App& program);
+int runMix(const CLI::App& command);
+
+CLI::App* declareDemo(CLI::App& program);
+int runDemo(const CLI::App& command);

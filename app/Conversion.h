@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "app/LevelMeter.h"
+#include "app/Notices.h"
+#include "app/OptionValues.h"
+#include "app/Progress.h"
+#include "app/SourceFile.h"
+
+/** One file to be written anew in another form. */
+struct ConversionRequest {
+  std::string input;
+  std::string output;
+  std::optional<int> rate; ///< without: the file's
+  std::optional<int> bits; ///< without: the file's
+  int quality = kHighestQuality;
+  float gain = 0.0f; ///< decibels
+  bool isDithered = false;
+  bool isForced = false;
+  bool isQuiet = false;
+  ProgressStyle progress = ProgressStyle::automatic;
+};
+
+/** What was written. */
+struct ConversionResult {
+  SourceFile source;
+  int rate;
+  int bits;
+  long long frames;
+  LevelMeter levels;
+  double timesRealTime; ///< seconds of sound per second of work
+
+  double seconds() const { return static_cast<double>(frames) / rate; }
+};
+
+/** Converts all channels of a file.  Throws UsageError, Failure and
+ *  Interrupted; then the file of the output's name is as it was. */
+ConversionResult convertFile(const ConversionRequest& request, const Notices& notices);

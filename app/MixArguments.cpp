@@ -1,0 +1,212 @@
+#include "app/MixArguments.h"
+
+#include <map>
+
+#include "app/AudioOutput.h"
+#include "app/Failures.h"
+#include "app/FileSuffix.h"
+#include "app/NumberText.h"
+#include "app/TimeText.h"
+#include "core/TovGlobals.h"
+
+static constexpr const char* kTrackGroup = "Options of a track, after its file";
+static constexpr const char* kMixGroup = "Options of the whole mix, anywhere";
+
+const std::vector<OptionRow> kMixOptions = {
+    {"--gain", "DB", kTrackGroup, "Level in decibels, up to +18.06 (default 0)"},
+    {"--pan", "POSITION", kTrackGroup, "From -1 (left) to 1 (right), linear law (default 0)"},
+    {"--width", "WIDTH", kTrackGroup,
+     "Stereo width: 1 full, 0 one point, -1 sides swapped (default 1)"},
+    {"--start", "TIME", kTrackGroup, "When the file starts on the timeline (default 0)"},
+    {"--end", "TIME", kTrackGroup, "When it stops on the timeline (default: when it runs out)"},
+    {"--in", "TIME", kTrackGroup, "From where in the file, at the file's own rate (default 0)"},
+    {"--out", "TIME", kTrackGroup, "To where in the file, at its own rate (default: its end)"},
+    {"--play-rate", "HZ", kTrackGroup,
+     "Frames of the file to play per second, 200 to 192000: half the\nfile's rate is half the "
+     "speed, an octave down (default: the file's)"},
+    {"--channels", "L,R", kTrackGroup, "The two channels to take, counted from 1 (default 1,2)"},
+    {"--mute", nullptr, kTrackGroup, "Leave the track out; the mix keeps its length"},
+    {"--solo", nullptr, kTrackGroup, "Leave out all tracks without --solo"},
+    {"-o,--output", "FILE", kMixGroup, "The file to write; its suffix says WAV or AIFF"},
+    {"--rate", "HZ", kMixGroup, "Frames per second (default: the highest of the files')"},
+    {"--bits", "BITS", kMixGroup, "8, 16, 24 or 32 (default 24)"},
+    {"--quality", "QUALITY", kMixGroup,
+     "Of rate conversion: proxy, medium, high or highest (default highest)"},
+    {"--master", "DB", kMixGroup, "Level of the whole mix, up to +18.06 (default 0)"},
+    {"--from", "TIME", kMixGroup, "Where on the timeline to begin (default 0)"},
+    {"--to", "TIME", kMixGroup, "Where to end (default: the end of the last track)"},
+    {"--fps", "RATE", kMixGroup,
+     "Frames per second of the timeline, for times in frames and\ntimecode; 30000/1001 too "
+     "(default 24)"},
+    {"--dither", nullptr, kMixGroup,
+     "Round with triangular noise instead of truncating; 8 to 24 bits"},
+    {"--progress", "STYLE", kMixGroup,
+     "auto (text on a terminal), text, json (lines on standard\noutput) or none"},
+    {"--quiet", nullptr, kMixGroup, "Say nothing but errors"},
+    {"--force", nullptr, kMixGroup, "Go on where a 32-bit WAV holds implausible samples"},
+};
+
+/** An option's name and text, and what times in it go by. */
+struct OptionText {
+  std::string name;
+  std::string text;
+  double framesPerSecond;
+
+  double seconds() const { return secondsOfTimeText(name, text, framesPerSecond); }
+  double secondsFromZero() const;
+  float number(double lowest, double highest) const
+  {
+    return static_cast<float>(numberInRange(name, text, lowest, highest));
+  }
+};
+
+double OptionText::secondsFromZero() const
+{
+  const double value = seconds();
+  if (value < 0.0) {
+    throw UsageError(name + ": " + text + " lies before the beginning of the file");
+  }
+  return value;
+}
+
+static double sourceOut(const OptionText& option)
+{
+  if (formatBySuffix(option.text) != nullptr) {
+    throw UsageError("--out is where the used part of a file ends; the file to write is named "
+                     "with -o or --output");
+  }
+  return option.secondsFromZero();
+}
+
+static std::pair<int, int> channelPair(const OptionText& option)
+{
+  const std::size_t comma = option.text.find(',');
+  if (comma != std::string::npos) {
+    const std::optional<long long> left = wholeNumberOf(option.text.substr(0, comma));
+    const std::optional<long long> right = wholeNumberOf(option.text.substr(comma + 1));
+    constexpr long long kMostChannels = 65535;
+    if (left && right && *left >= 1 && *right >= 1 && *left <= kMostChannels &&
+        *right <= kMostChannels) {
+      return {static_cast<int>(*left), static_cast<int>(*right)};
+    }
+  }
+  throw UsageError(option.name + ": \"" + option.text +
+                   "\" is no pair of channels; write two numbers from 1, as in 3,4");
+}
+
+static int playRate(const OptionText& option)
+{
+  constexpr double kLowest = 200.0;
+  constexpr double kHighest = 192000.0;
+  if (!wholeNumberOf(option.text)) {
+    throw UsageError(option.name + ": \"" + option.text + "\" is no whole number");
+  }
+  return static_cast<int>(numberInRange(option.name, option.text, kLowest, kHighest));
+}
+
+using TrackSetter = void (*)(TrackRequest& track, const OptionText& option);
+using MixSetter = void (*)(MixRequest& mix, const OptionText& option);
+
+static const std::map<std::string, TrackSetter> kTrackSetters = {
+    {"--gain",
+     [](TrackRequest& t, const OptionText& o) { t.gain = decibelsOfText(o.name, o.text); }},
+    {"--pan", [](TrackRequest& t, const OptionText& o) { t.pan = o.number(-1.0, 1.0); }},
+    {"--width", [](TrackRequest& t, const OptionText& o) { t.width = o.number(-1.0, 1.0); }},
+    {"--start", [](TrackRequest& t, const OptionText& o) { t.start = o.seconds(); }},
+    {"--end", [](TrackRequest& t, const OptionText& o) { t.end = o.seconds(); }},
+    {"--in", [](TrackRequest& t, const OptionText& o) { t.in = o.secondsFromZero(); }},
+    {"--out", [](TrackRequest& t, const OptionText& o) { t.out = sourceOut(o); }},
+    {"--play-rate", [](TrackRequest& t, const OptionText& o) { t.playRate = playRate(o); }},
+    {"--channels", [](TrackRequest& t, const OptionText& o) { t.channels = channelPair(o); }},
+    {"--mute", [](TrackRequest& t, const OptionText&) { t.mute = true; }},
+    {"--solo", [](TrackRequest& t, const OptionText&) { t.solo = true; }},
+};
+
+static const std::map<std::string, MixSetter> kMixSetters = {
+    {"--output", [](MixRequest& m, const OptionText& o) { m.output = o.text; }},
+    {"--rate",
+     [](MixRequest& m, const OptionText& o) { m.rate = sampleRateOfText(o.name, o.text); }},
+    {"--bits", [](MixRequest& m, const OptionText& o) { m.bits = bitsOfText(o.name, o.text); }},
+    {"--quality",
+     [](MixRequest& m, const OptionText& o) { m.quality = qualityOfText(o.name, o.text); }},
+    {"--master",
+     [](MixRequest& m, const OptionText& o) { m.master = decibelsOfText(o.name, o.text); }},
+    {"--from", [](MixRequest& m, const OptionText& o) { m.from = o.seconds(); }},
+    {"--to", [](MixRequest& m, const OptionText& o) { m.to = o.seconds(); }},
+    {"--fps", [](MixRequest& m, const OptionText& o) { m.framesPerSecond = o.framesPerSecond; }},
+    {"--dither", [](MixRequest& m, const OptionText&) { m.isDithered = true; }},
+    {"--progress",
+     [](MixRequest& m, const OptionText& o) { m.progress = progressStyleOfText(o.name, o.text); }},
+    {"--quiet", [](MixRequest& m, const OptionText&) { m.isQuiet = true; }},
+    {"--force", [](MixRequest& m, const OptionText&) { m.isForced = true; }},
+};
+
+double hostFramesPerSecond()
+{
+  const TovName name = TovName::getString("script.framesPerSecond");
+  return static_cast<double>(TovGlobals::ref(name, kTovIdFloat, 0)->asFloat());
+}
+
+/** Found first, since times may stand before it. */
+static double framesPerSecondOf(const std::vector<Argument>& arguments)
+{
+  double rate = hostFramesPerSecond();
+  for (const Argument& argument : arguments) {
+    if (argument.option == "--fps") {
+      rate = framesPerSecondOfText(argument.option, argument.value);
+    }
+  }
+  return rate;
+}
+
+static void checkTrack(const TrackRequest& track)
+{
+  if (track.end && *track.end <= track.start) {
+    throw UsageError("--end of " + track.file + " is not behind its --start");
+  }
+  if (track.out && *track.out <= track.in) {
+    throw UsageError("--out of " + track.file + " is not behind its --in");
+  }
+}
+
+static void checkMix(const MixRequest& mix)
+{
+  if (mix.tracks.empty()) {
+    throw UsageError("no file to mix was named");
+  }
+  if (mix.output.empty()) {
+    throw UsageError("the file to write is missing: -o FILE");
+  }
+  checkOutputSuffix("--output", mix.output);
+  for (const TrackRequest& track : mix.tracks) {
+    checkTrack(track);
+  }
+  if (mix.from && mix.to && *mix.to <= *mix.from) {
+    throw UsageError("--to is not behind --from");
+  }
+  if (mix.isDithered) {
+    checkDitherBits(mix.bits);
+  }
+}
+
+MixRequest mixRequestOf(const std::vector<Argument>& arguments)
+{
+  const double framesPerSecond = framesPerSecondOf(arguments);
+  MixRequest mix;
+  for (const Argument& argument : arguments) {
+    const OptionText option = {argument.option, argument.value, framesPerSecond};
+    if (argument.isFile()) {
+      mix.tracks.emplace_back();
+      mix.tracks.back().file = argument.value;
+    } else if (const auto whole = kMixSetters.find(argument.option); whole != kMixSetters.end()) {
+      whole->second(mix, option);
+    } else if (mix.tracks.empty()) {
+      throw UsageError(argument.option +
+                       " stands before any file; the options of a track follow its file");
+    } else {
+      kTrackSetters.at(argument.option)(mix.tracks.back(), option);
+    }
+  }
+  checkMix(mix);
+  return mix;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "app/CommandLine.h"
+#include "app/MixRequest.h"
+
+/** The options of `tov mix`. */
+extern const std::vector<OptionRow> kMixOptions;
+
+/** The mix that the arguments ask for.  Options of a track belong to the file
+ *  before them, those of the whole mix may stand anywhere.  Throws
+ *  UsageError. */
+MixRequest mixRequestOf(const std::vector<Argument>& arguments);
+
+/** The host's own frame rate, which frames and timecode go by without --fps. */
+double hostFramesPerSecond();

@@ -1,0 +1,55 @@
+#include "app/Commands.h"
+#include "app/MixArguments.h"
+#include "app/MixRender.h"
+#include "app/MixSummary.h"
+#include "app/Notices.h"
+
+static const char* const kMixNotes =
+    "Examples:\n"
+    "  tov mix drums.wav --gain -3 bass.aiff --pan -0.4 --start 1.5 voice.wav -o mix.wav\n"
+    "  tov mix a.wav --in 10 --out 20 b.wav --start 00:00:05.500 -o mix.aiff --rate 48000\n"
+    "  tov mix scene.wav --start 01:00:10:12 --from 01:00:00:00 --fps 25 -o reel.wav\n"
+    "\n"
+    "Times are seconds (1.5), clock times (HH:MM:SS.mmm or MM:SS.mmm), frames of the timeline\n"
+    "(120f) or timecode (HH:MM:SS:FF); the last two go by --fps.  Timecode is non-drop only.\n"
+    "--start, --end, --from and --to may be negative.  Times are taken to the nearest frame; a\n"
+    "file of another rate than the mix may lie up to one of its own frames beside that.\n"
+    "\n"
+    "Every track fades in over 20 ms at its start and out over 20 ms before its end.  An --end\n"
+    "behind the end of the file, and an --out too, mean the end of the file.\n"
+    "The pan law is linear: a track's two channels move towards the side and add up there, so\n"
+    "that one panned hard has both at full level on one side (a file of one channel is then\n"
+    "6 dB louder there than in the centre), and one of width 0 has both at half level.\n"
+    "A file of one channel feeds both sides.\n"
+    "\n"
+    "Samples above full scale are clipped and reported.  32-bit WAV is floating point with full\n"
+    "scale at 32768 under an integer's tag, which other programs hear as noise: for 32 bits\n"
+    "write AIFF.  WAV files of 25 to 32 bits are read in the same way.\n"
+    "\n"
+    "The output appears complete or not at all: an old file of its name stays until then.\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.";
+
+CLI::App* declareMix(CLI::App& program)
+{
+  CLI::App* command = program.add_subcommand("mix", "Mix any number of files into one stereo file");
+  declareArguments(*command, kMixOptions,
+                   {{"FILE", "Files to mix, each followed by its options", true}});
+  command->footer(kMixNotes);
+  return command;
+}
+
+int runMix(const CLI::App& command)
+{
+  const MixRequest request = mixRequestOf(argumentsInOrder(command));
+  const Notices notices(request.isQuiet);
+  const MixResult result = renderMix(request, notices);
+  if (request.isQuiet) {
+    return 0;
+  }
+  if (request.progress == ProgressStyle::json) {
+    printMixSummaryAsJson(request, result);
+  } else {
+    printMixSummary(request, result);
+  }
+  return 0;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/OptionValues.h"
+#include "app/Progress.h"
+
+/** One file of a mix and what the user wants of it. */
+struct TrackRequest {
+  std::string file;
+  float gain = 0.0f; ///< decibels
+  float pan = 0.0f;
+  float width = 1.0f;
+  double start = 0.0;        ///< timeline seconds
+  std::optional<double> end; ///< timeline seconds
+  double in = 0.0;           ///< seconds of the file
+  std::optional<double> out; ///< seconds of the file
+  std::optional<int> playRate;
+  std::optional<std::pair<int, int>> channels; ///< left and right, counted from 1
+  bool mute = false;
+  bool solo = false;
+};
+
+/** A whole mix. */
+struct MixRequest {
+  std::vector<TrackRequest> tracks;
+  std::string output;
+  std::optional<int> rate; ///< without: the highest of the files'
+  int bits = 24;
+  int quality = kHighestQuality;
+  float master = 0.0f; ///< decibels
+  std::optional<double> from;
+  std::optional<double> to;
+  std::optional<double> framesPerSecond;
+  bool isDithered = false;
+  bool isForced = false;
+  bool isQuiet = false;
+  ProgressStyle progress = ProgressStyle::automatic;
+};

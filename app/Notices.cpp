@@ -1,0 +1,10 @@
+#include "app/Notices.h"
+
+#include <cstdio>
+
+void Notices::say(const std::string& file, const std::string& text) const
+{
+  if (!quiet) {
+    std::fprintf(stderr, "%s: %s\n", file.c_str(), text.c_str());
+  }
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+/** A file that appears complete or not at all.
+ *
+ *      open   mix.wav (old or absent)    .mix.wav.tov-a1B2c3 (growing)
+ *      commit                            written, synced, then renamed over
+ *      mix.wav (new)
+ *
+ *  Until commit() the target is untouched; without it the destructor removes
+ *  the temporary file.  Killed at any moment, the program leaves the old file
+ *  or the complete new one under the target's name. */
+class OutputFile {
+public:
+  /** Makes the temporary file beside the target.  A link is followed, so that
+   *  it stays one.  Throws Failure where the target cannot become a file. */
+  explicit OutputFile(const std::string& targetName);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  /** What is to be written to. */
+  const std::string& getTemporaryPath() const { return temporaryPath; }
+
+  /** The open temporary file; whoever writes through it sees the same bytes. */
+  int getDescriptor() const { return descriptor; }
+
+  const std::string& getTargetName() const { return name; }
+
+  /** Puts the written file in the target's place.  Throws Failure. */
+  void commit();
+
+private:
+  void refuseBadTarget() const;
+  void makeTemporary();
+  void remove();
+
+  std::string name;   ///< as the user wrote it
+  std::string target; ///< with links followed
+  std::string folder;
+  std::string temporaryPath; ///< empty once there is none
+  int descriptor = -1;
+};
+
+/** The system's words for an error number, without a capital. */
+std::string systemErrorText(int errorNumber);

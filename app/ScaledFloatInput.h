@@ -1,0 +1,26 @@
+#pragma once
+
+#include "app/SourceFile.h"
+
+class Notices;
+
+/** What the samples of a 32-bit WAV file look like when they are read as the
+ *  library reads them. */
+struct ScaledFloatFindings {
+  long long notNumbers = 0; ///< NaN
+  long long huge = 0;       ///< beyond 16 times full scale
+
+  bool areImplausible() const { return notNumbers + huge > 0; }
+};
+
+/** Reads the whole file once. */
+ScaledFloatFindings examineScaledFloat(const SourceFile& source);
+
+/** "12 samples are not numbers and 3 lie beyond 16 times full scale". */
+std::string findingsForPeople(const ScaledFloatFindings& findings);
+
+/** WAV files of 25 to 32 bits are read as floats under the integer's tag, and
+ *  other programs write integers there.  Says how such a file is read; throws
+ *  Failure where its samples cannot be meant so, unless @p isForced.  Does
+ *  nothing for other files. */
+void checkScaledFloatInput(const SourceFile& source, bool isForced, const Notices& notices);

@@ -1,0 +1,53 @@
+#include "app/WatchedFile.h"
+
+#include "app/Failures.h"
+#include "app/RefusalReason.h"
+#include "app/SourceBlocks.h"
+
+static constexpr int kNothingToDeliver = 5;
+
+WatchedFile::WatchedFile(const SourceFile& file) : source(file)
+{
+  if (initialize(source.path.c_str()) != 0) {
+    throw Failure(source.name, refusalReason(source.path));
+  }
+}
+
+WatchedFile::WatchedFile(const WatchedFile& other)
+    : TovAudioFile(other), source(other.source), chosenChannels(other.chosenChannels)
+{
+}
+
+WatchedFile::~WatchedFile() = default;
+
+TovAudioProvider* WatchedFile::clone() const
+{
+  return new WatchedFile(*this);
+}
+
+void WatchedFile::chooseChannels(int left, int right)
+{
+  chosenChannels.clear();
+  chosenChannels.append(left);
+  chosenChannels.append(right);
+}
+
+int WatchedFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
+                          const TovAudioContext& context, double t0, double t1)
+{
+  const TovNLArray<int>& channels = chosenChannels.getCount() > 0 ? chosenChannels : channelMap;
+  const int status = TovAudioFile::getAudio(buffers, channels, context, t0, t1);
+  if (status == kNothingToDeliver) {
+    return status;
+  }
+  hasFailed = hasFailed || status != 0 || !isStillWhole(source);
+  return status;
+}
+
+void WatchedFile::throwIfFailed() const
+{
+  if (hasFailed) {
+    throwIfCutShort(source);
+    throw Failure(source.name, "could not be read any more");
+  }
+}

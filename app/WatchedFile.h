@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/SourceFile.h"
+#include "core/TovNLVArray.h"
+#include "graph/TovAudioFile.h"
+
+/** A file provider that remembers whether its file let it down.
+ *
+ *  A mixer leaves out an input that fails, without a word, and the AIFF reader
+ *  delivers silence for what a file no longer holds; neither may happen to a
+ *  mix that somebody keeps.  Also picks the two channels of a file with more.
+ */
+class WatchedFile : public TovAudioFile {
+public:
+  /** Opens the source.  Throws Failure. */
+  explicit WatchedFile(const SourceFile& source);
+  WatchedFile(const WatchedFile& other);
+
+  TovAudioProvider* clone() const override;
+
+  /** From now on the requests' own channel maps do not count. */
+  void chooseChannels(int left, int right);
+
+  int getAudio(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
+               const TovAudioContext& context, double t0, double t1) override;
+
+  /** Throws Failure where a request could not be answered from the file. */
+  void throwIfFailed() const;
+
+  const SourceFile& getSource() const { return source; }
+
+protected:
+  ~WatchedFile() override;
+
+private:
+  SourceFile source;
+  TovNLArray<int> chosenChannels; ///< empty: the request's map counts
+  bool hasFailed = false;
+};
