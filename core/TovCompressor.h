@@ -12,7 +12,7 @@ public:
   /** Replaces the buffer's contents by the NUL-terminated text of its first
    *  @p length bytes.  The text holds letters, digits, '-' and '_' only.
    *  Non-zero, with the buffer as it was, where @p length is negative or
-   *  above the buffer's size. */
+   *  above the buffer's size or 64 MiB. */
   static int compressBuffer(TovBuffer& buffer, int length);
 
   /** Fills @p out with exactly the bytes that @p text was made from.  Blanks

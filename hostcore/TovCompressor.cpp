@@ -1,5 +1,6 @@
 #include "core/TovCompressor.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -91,7 +92,7 @@ bool inflateExactly(const Bytes& packed, TovBuffer& out)
 
 int TovCompressor::compressBuffer(TovBuffer& buffer, int length)
 {
-  if (length < 0 || static_cast<unsigned long>(length) > buffer.getSize())
+  if (length < 0 || static_cast<unsigned long>(length) > std::min(buffer.getSize(), kLargestData))
     return 1;
 
   const uLong dataBytes = static_cast<uLong>(length);

@@ -160,7 +160,7 @@ void TovScript::setAudioCallbacks(void (*save)(TovFile*), void (*load)(const cha
 int TovScript::saveAudio(TovFile* file)
 {
   const AudioHooks hooks = currentHooks();
-  if (!hooks.save)
+  if (!hooks.save || !file)
     return 1;
   hooks.save(file);
   return 0;

@@ -106,7 +106,7 @@ long long TovPcm::resampleWithPitchShift(float* out, const float* in, int outRat
                           std::isfinite(pitch);
   const long long count = isPossible ? outputFrames(outRate, inRate, outFrames, inFrames) : 0;
   const double step = isPossible ? static_cast<double>(inRate) / outRate : 0.0;
-  const double last = static_cast<double>(inFrames - 1);
+  const double last = static_cast<double>(inFrames) - 1.0;
 
   Splicer splicer(inRate, static_cast<double>(pitch) - 1.0);
   for (long long i = 0; i < count; ++i) {
