@@ -1,0 +1,120 @@
+#include "tests/core/AllocationCounter.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <malloc.h>
+#include <new>
+
+namespace {
+
+// Constant-initialised, because static constructors allocate too.
+thread_local long long allocationCount = 0;
+thread_local long long deallocationCount = 0;
+thread_local long long successesLeft = -1; ///< -1 while no failure is due
+thread_local bool hasFailed = false;
+
+bool failsNow()
+{
+  if (successesLeft < 0)
+    return false;
+  hasFailed = successesLeft == 0;
+  --successesLeft;
+  return hasFailed;
+}
+
+void* take(std::size_t bytes) noexcept
+{
+  if (failsNow())
+    return nullptr;
+  ++allocationCount;
+  return std::malloc(bytes ? bytes : 1);
+}
+
+void* takeAligned(std::size_t bytes, std::align_val_t alignment) noexcept
+{
+  if (failsNow())
+    return nullptr;
+  ++allocationCount;
+  const std::size_t boundary = static_cast<std::size_t>(alignment);
+  return std::aligned_alloc(boundary, (bytes / boundary + 1) * boundary);
+}
+
+void* orThrow(void* block)
+{
+  if (!block)
+    throw std::bad_alloc();
+  return block;
+}
+
+// Volatile, or the compiler would leave out what writes to a dying block.
+void* (*volatile overwrite)(void*, int, std::size_t) = std::memset;
+
+// Freed memory is overwritten, so that what is used after its end shows without
+// a sanitizer too.
+void give(void* block) noexcept
+{
+  if (!block)
+    return;
+  ++deallocationCount;
+  overwrite(block, 0xA5, ::malloc_usable_size(block));
+  std::free(block);
+}
+
+} // namespace
+
+// All forms are replaced: the ones left out would not reach these under a
+// sanitizer, which brings its own.
+void* operator new(std::size_t bytes) { return orThrow(take(bytes)); }
+void* operator new[](std::size_t bytes) { return orThrow(take(bytes)); }
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
+void* operator new(std::size_t bytes, std::align_val_t a) { return orThrow(takeAligned(bytes, a)); }
+void* operator new[](std::size_t bytes, std::align_val_t a)
+{
+  return orThrow(takeAligned(bytes, a));
+}
+void operator delete(void* block) noexcept { give(block); }
+void operator delete[](void* block) noexcept { give(block); }
+void operator delete(void* block, std::size_t) noexcept { give(block); }
+void operator delete[](void* block, std::size_t) noexcept { give(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { give(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { give(block); }
+void operator delete(void* block, std::align_val_t) noexcept { give(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { give(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { give(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { give(block); }
+
+namespace support {
+
+AllocationCounter::AllocationCounter()
+    : allocationsBefore(allocationCount), deallocationsBefore(deallocationCount)
+{
+}
+
+long long AllocationCounter::allocations() const
+{
+  return allocationCount - allocationsBefore;
+}
+
+long long AllocationCounter::deallocations() const
+{
+  return deallocationCount - deallocationsBefore;
+}
+
+FailingAllocation::FailingAllocation(long long successesBefore)
+{
+  hasFailed = false;
+  successesLeft = successesBefore;
+}
+
+FailingAllocation::~FailingAllocation()
+{
+  successesLeft = -1;
+}
+
+bool FailingAllocation::happened() const
+{
+  return hasFailed;
+}
+
+} // namespace support
