@@ -255,9 +255,10 @@ int TovAudioFile::hasError() const
 
 int TovAudioFile::setPlaybackRate(int rate)
 {
-  if (rate > 0) {
+  {
     const LockedProvider locked(*this);
-    playbackRate = std::clamp(rate, kLowestPlaybackRate, kHighestPlaybackRate);
+    if (rate > 0)
+      playbackRate = std::clamp(rate, kLowestPlaybackRate, kHighestPlaybackRate);
   }
   callNotifyCallbacks();
   return rate > 0 ? 0 : 4;

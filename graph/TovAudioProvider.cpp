@@ -108,10 +108,34 @@ double TovAudioProvider::getTimeOfSample(const TovAudioContext& context, long lo
 
 // --- Notify callbacks -----------------------------------------------------
 
+/** Holds what a change of the callback list needs: providerLock, unless it was
+ *  left held for good, and the list's own lock. */
+class TovAudioProvider::CallbackListChange {
+public:
+  explicit CallbackListChange(TovAudioProvider& p)
+      : provider(p), hasProviderLock(!p.providerLockAbandoned)
+  {
+    if (hasProviderLock)
+      TovLock::acquire(provider.providerLock);
+    TovLock::acquire(provider.callbackLock);
+  }
+  ~CallbackListChange()
+  {
+    TovLock::release(provider.callbackLock);
+    if (hasProviderLock)
+      TovLock::release(provider.providerLock);
+  }
+  CallbackListChange(const CallbackListChange&) = delete;
+  CallbackListChange& operator=(const CallbackListChange&) = delete;
+
+private:
+  TovAudioProvider& provider;
+  const bool hasProviderLock;
+};
+
 void TovAudioProvider::addCallback(void (*function)(void*), void* data)
 {
-  const TovLockGuard provider(providerLock);
-  const TovLockGuard list(callbackLock);
+  const CallbackListChange change(*this);
   if (callbackCount == callbackCapacity) {
     const int capacity = callbackCapacity + kCallbackGrowth;
     NotifyCallback* const grown = new NotifyCallback[static_cast<std::size_t>(capacity)];
@@ -127,20 +151,13 @@ void TovAudioProvider::addCallback(void (*function)(void*), void* data)
 
 void TovAudioProvider::removeCallback(void (*function)(void*), void* data)
 {
-  const bool waits = !providerLockAbandoned;
-  if (waits)
-    TovLock::acquire(providerLock);
-  {
-    const TovLockGuard list(callbackLock);
-    for (int i = 0; i < callbackCount;) {
-      if (callbackFuncs[i] == function && callbackData[static_cast<unsigned long>(i)] == data)
-        eraseCallback(i);
-      else
-        ++i;
-    }
+  const CallbackListChange change(*this);
+  for (int i = 0; i < callbackCount;) {
+    if (callbackFuncs[i] == function && callbackData[static_cast<unsigned long>(i)] == data)
+      eraseCallback(i);
+    else
+      ++i;
   }
-  if (waits)
-    TovLock::release(providerLock);
 }
 
 /** Caller holds callbackLock. */

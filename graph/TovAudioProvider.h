@@ -156,8 +156,8 @@ protected:
     LockedProvider(const LockedProvider&) = delete;
     LockedProvider& operator=(const LockedProvider&) = delete;
 
-    /** Leaves the lock held for good; removeCallback() then does not wait for
-     *  it. */
+    /** Leaves the lock held for good; changes of the callback list then do
+     *  not wait for it. */
     void abandon();
 
   private:
@@ -166,6 +166,7 @@ protected:
 
 private:
   typedef void (*NotifyCallback)(void*);
+  class CallbackListChange;
   struct Notification;
   void eraseCallback(int index);
 

@@ -240,6 +240,18 @@ TEST_F(AudioFileBlobTest, AnotherVersionChangesNoSetting)
   EXPECT_EQ((std::vector<std::string>{}), messages.take());
 }
 
+TEST_F(AudioFileBlobTest, ProviderWithTheLockLeftHeldCanBeSubscribedTo)
+{
+  EXPECT_EQ(-1, deserialize(blobOfVersion(1)));
+  {
+    support::Listener listener(*file); // neither coming nor going waits
+    file->callNotifyCallbacks();
+    EXPECT_EQ(1, listener.take());
+  }
+  file->callNotifyCallbacks();
+  EXPECT_TRUE(support::isLockHeld(*file));
+}
+
 TEST_F(AudioFileBlobTest, ProviderWithTheLockLeftHeldCanBeDestroyed)
 {
   ASSERT_EQ(0, file->initialize(path.c_str()));
