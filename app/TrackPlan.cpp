@@ -17,7 +17,9 @@ double timeOnFrame(double seconds, int rate)
       return candidate;
     }
   }
-  return time;
+  // No time gives the frame exactly.  Just above it the library still counts
+  // the frame; just below it would count the one before.
+  return time * rate > frame ? time : std::nextafter(time, kFar);
 }
 
 /** A quarter of a frame behind the frame's beginning, where rounding down
@@ -56,7 +58,11 @@ TrackPlan planTrack(const TrackRequest& request, const SourceFile& source, int r
   const double runsOut = request.start + (outFrame - inFrame) / plan.playRate;
   plan.startTime = timeOnFrame(request.start, rate);
   plan.endTime = timeOnFrame(std::min(request.end.value_or(runsOut), runsOut), rate);
-  plan.srcIn = sourceTimeOfFrame(inFrame, source);
+  // A start just above its frame makes the file provider, which rounds down
+  // the time before the start, begin a frame late: the file begins one further.
+  const bool isLate =
+      plan.playRate == rate && plan.startTime * rate > std::round(request.start * rate);
+  plan.srcIn = sourceTimeOfFrame(isLate ? inFrame + 1.0 : inFrame, source);
   plan.srcOut = sourceTimeOfFrame(outFrame, source);
   plan.leftChannel = request.channels ? request.channels->first - 1 : 0;
   plan.rightChannel =

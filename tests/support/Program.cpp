@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -16,7 +17,7 @@ namespace {
 
 int unnamedFile()
 {
-  std::string path = "/tmp/tov_test_XXXXXX";
+  std::string path = (std::filesystem::temp_directory_path() / "tov_test_XXXXXX").string();
   const int descriptor = ::mkostemp(path.data(), O_CLOEXEC);
   if (descriptor < 0)
     throw std::runtime_error("no temporary file");
