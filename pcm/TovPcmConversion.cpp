@@ -59,7 +59,7 @@ int TovPcm::fromFloat(void* data, const TovNLArray<int>& channelMap,
   if (count == 0 || count != inputs.getCount() ||
       static_cast<unsigned int>(count) != format.channels)
     return 2;
-  if (format.encoding > kHighestEncoding)
+  if (format.encoding > kHighestEncoding || !data)
     return 0;
 
   const TovKernels::Conversion& kernels = TovKernels::conversion(format.encoding);
