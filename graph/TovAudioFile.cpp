@@ -1,13 +1,13 @@
 #include "graph/TovAudioFile.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <memory>
 
 #include "core/TovFile.h"
 #include "core/TovLockGuard.h"
 #include "core/TovSys.h"
+#include "graph/TovBlob.h"
 #include "graph/TovSaturating.h"
 #include "io/TovAudioReader.h"
 #include "io/TovAudioTranslator.h"
@@ -15,12 +15,6 @@
 #include "pcm/kernels/TovKernels.h"
 
 namespace {
-
-constexpr char kTag[] = "AFIL";
-constexpr unsigned int kVersion = 0;
-constexpr std::size_t kTagBytes = 4;
-constexpr std::size_t kBlobBytesWithoutName = 29; ///< tag to srcOut, the name's closing 0 included
-constexpr std::size_t kUsualBlobBytes = 16584;    ///< enough for every name but absurd ones
 
 constexpr int kDefaultPlaybackRate = 44100;
 constexpr int kLowestPlaybackRate = 200;
@@ -41,14 +35,6 @@ TovNLPArray<float> advanced(const TovNLPArray<float>& buffers, int count, long l
   for (int i = 0; i < count; ++i)
     result.append(buffers[i] + frames);
   return result;
-}
-
-bool hasNullBuffer(const TovNLPArray<float>& buffers)
-{
-  for (int i = 0; i < buffers.getCount(); ++i)
-    if (!buffers[i])
-      return true;
-  return false;
 }
 
 } // namespace
@@ -364,15 +350,11 @@ bool TovAudioFile::planConversion(Span& span, const TovAudioContext& inner,
   span.frames = tovSaturatingSum(getNumSampleFrames(inner, ts, te), 1 + bothHandles);
   if (!(span.phase >= 0.0f && span.phase <= 1.0f))
     return false;
-  if (span.outFrames <= 0)
-    return true;
-
-  // The last position as the resampler comes to it: beyond what the indices
-  // say only where times are coarser than frames, or where the position has
-  // drifted over very many frames.
-  const double last = span.phase + static_cast<double>(span.outFrames - 1) * (playbackRate / outRate);
-  const long long drift = span.outFrames > 1 << 22 ? 16 : 0;
-  span.frames = std::max(span.frames, static_cast<long long>(std::ceil(last)) + bothHandles + drift);
+  if (span.outFrames > 0) {
+    // Beyond what the indices say only where times are coarser than frames.
+    const long long last = lastPosition(span.outFrames, span.phase, playbackRate / outRate);
+    span.frames = std::max(span.frames, last + bothHandles);
+  }
   return true;
 }
 
@@ -410,41 +392,36 @@ int TovAudioFile::serialize(void** out)
 {
   const LockedProvider locked(*this);
   const char* const name = fileName ? fileName : "";
-  const std::size_t nameBytes = std::strlen(name);
-  const std::size_t blobBytes = kBlobBytesWithoutName + nameBytes;
-  unsigned char* const blob = new unsigned char[std::max(blobBytes, kUsualBlobBytes)];
-
-  unsigned char* cursor = blob;
-  std::memcpy(cursor, kTag, kTagBytes);
-  cursor += kTagBytes;
-  writeVal(&cursor, kVersion);
-  std::memcpy(cursor, name, nameBytes + 1);
-  cursor += nameBytes + 1;
-  writeVal(&cursor, static_cast<unsigned int>(playbackRate));
-  writeVal(&cursor, srcIn);
-  writeVal(&cursor, srcOut);
-  *out = blob;
-  return static_cast<int>(blobBytes);
+  TovBlobWriter writer(TovFileBlob::kTag, TovFileBlob::kVersion);
+  writer.write(name, std::strlen(name) + 1);
+  writer.write(static_cast<unsigned int>(playbackRate));
+  writer.write(srcIn);
+  writer.write(srcOut);
+  return writer.finish(out);
 }
 
-int TovAudioFile::deserialize(const void* blob, bool)
+int TovAudioFile::deserialize(const void* blob, bool append)
+{
+  return deserializeBounded(blob, TovBlobReader::kUnbounded, append);
+}
+
+int TovAudioFile::deserializeBounded(const void* data, std::size_t size, bool)
 {
   LockedProvider locked(*this);
-  if (!blob || std::memcmp(blob, kTag, kTagBytes) != 0)
+  if (!data)
     return -1;
-  unsigned char* const begin = const_cast<unsigned char*>(static_cast<const unsigned char*>(blob));
-  unsigned char* cursor = begin + kTagBytes;
-  if (readUInt(&cursor) != kVersion) {
+  TovBlobReader cursor(data, size);
+  TovFileBlob blob{};
+  const TovFileBlob::Verdict verdict = blob.read(cursor);
+  if (verdict == TovFileBlob::OtherVersion)
     locked.abandon(); // deliberate: another version leaves the lock held
+  if (verdict != TovFileBlob::Good)
     return -1;
-  }
 
-  const char* const name = reinterpret_cast<const char*>(cursor);
-  if (*name)
-    initializeNoLock(name);
-  cursor += std::strlen(name) + 1;
-  playbackRate = static_cast<int>(readUInt(&cursor));
-  srcIn = readDouble(&cursor);
-  srcOut = readDouble(&cursor);
-  return static_cast<int>(cursor - begin);
+  if (*blob.name)
+    initializeNoLock(blob.name);
+  playbackRate = static_cast<int>(blob.playbackRate);
+  srcIn = blob.srcIn;
+  srcOut = blob.srcOut;
+  return static_cast<int>(cursor.consumed());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "graph/TovAudioProvider.h"
 #include "io/TovAudioIOFormat.h"
 
@@ -49,6 +51,10 @@ public:
    *  name and settings.  No notification.  -1 for another tag or version.
    *  Deliberate: another version leaves providerLock held. */
   int deserialize(const void* blob, bool append) override;
+
+  /** The same for a blob of @p size bytes: nothing outside them is read, and a
+   *  blob that does not lie inside them is refused (-1). */
+  int deserializeBounded(const void* blob, std::size_t size, bool append);
 
   /** Sets the file name, finds the reader, reads the format and sets playback
    *  rate, srcIn and srcOut to the file's own (44100, 0, 0 where it is not

@@ -250,7 +250,9 @@ bool TovAudioMixer::isHeard(const TovAudioTrack& track, bool soloOn)
 
 int TovAudioMixer::addProvider(TovAudioProvider* provider)
 {
-  if (!provider || provider == this)
+  // Looked at without the lock: what the provider is made of is locked from
+  // its side.
+  if (!provider || provider->isFedBy(this))
     return 4;
   {
     const LockedProvider locked(*this);
@@ -312,6 +314,19 @@ void TovAudioMixer::initialize()
   masterGain = 1.0f;
   fadeInTime = kFadeSeconds;
   fadeOutTime = kFadeSeconds;
+}
+
+bool TovAudioMixer::isFedBy(const TovAudioProvider* provider) const
+{
+  if (provider == this)
+    return true;
+  const LockedProvider locked(*this);
+  for (int i = 0; i < getNumTracksNoLock(); ++i) {
+    const TovAudioProvider* const input = getTrackNoLock(i)->getProvider();
+    if (input && input->isFedBy(provider))
+      return true;
+  }
+  return false;
 }
 
 int TovAudioMixer::getNumTracks() const
@@ -507,17 +522,4 @@ void TovAudioMixer::childNotifyCallback()
 void TovAudioMixer::childNotifyCallbackStatic(void* mixer)
 {
   static_cast<TovAudioMixer*>(mixer)->childNotifyCallback();
-}
-
-// --- Persistence ----------------------------------------------------------
-
-int TovAudioMixer::serialize(void** out)
-{
-  *out = nullptr;
-  return 0;
-}
-
-int TovAudioMixer::deserialize(const void*, bool)
-{
-  return -1;
 }

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
+#include "core/TovString.h"
 #include "graph/TovAudioProvider.h"
 #include "graph/TovAudioTrack.h"
+
+class TovFile;
+struct TovMixerTrackBlob;
 
 /** Sums any number of providers into one stereo stream.
  *
@@ -50,13 +55,48 @@ public:
   int getAudioNoLock(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
                      const TovAudioContext& context, double t0, double t1);
 
+  /** The "AMXR" blob: tag, version 2, master gain, and each track's settings
+   *  with its input's blob. */
   int serialize(void** out) override;
+
+  /** Reads an "AMXR" blob of version 0, 1 or 2; every track gets a new
+   *  TovAudioFile.  With @p append the tracks come behind those that are
+   *  there, and the master gain stays; without, the mixer is emptied first.
+   *  Calls the deserialize callback, then notifies, whatever was read.
+   *
+   *  Returns the bytes read; 0 for no blob, another tag or another version.  A
+   *  track whose blob its file provider rejects empties the mixer, is reported
+   *  through TovSys::error() and ends the reading. */
   int deserialize(const void* blob, bool append) override;
+
+  /** The same for a blob of @p size bytes: nothing outside them is read.  A
+   *  blob that does not lie inside them is reported and changes nothing when
+   *  appending, else leaves the mixer empty: 0. */
+  int deserializeBounded(const void* blob, std::size_t size, bool append);
+
+  bool isFedBy(const TovAudioProvider* provider) const override;
+
+  // --- The master mixer --------------------------------------------------
+
+  /** The mixer of the process, made by whoever asks first, with one reference
+   *  for the caller.  From then on the host's script saves and loads it. */
+  static TovAudioMixer* getMasterMixer();
+
+  /** The host script's hooks: write the audio command, load its argument
+   *  (null: none; the setting "gui.addScriptFlag" says whether to append), and
+   *  give the command as a string. */
+  static void saveAudioStatic(TovFile* file);
+  static void loadAudioStatic(const char* text);
+  static TovString saveAudioStringStatic();
+
+  static TovAudioMixer* _masterMixer; ///< null until it is asked for
 
   // --- Tracks ------------------------------------------------------------
 
   /** Adds a track for @p provider at the end and subscribes to it: 0, and
-   *  notifies; 4 for null or the mixer itself, and nothing changes. */
+   *  notifies; 4 for null, the mixer itself or what it feeds, and nothing
+   *  changes.  Two additions at the same time that only together close a
+   *  circle are the host's mistake. */
   int addProvider(TovAudioProvider* provider);
 
   /** Removes the first track of @p provider: 0, or 1 where it has none.
@@ -135,6 +175,7 @@ private:
   bool mixTrack(const TovAudioTrack& track, const Request& request, bool isFirst);
   static bool isHeard(const TovAudioTrack& track, bool soloOn);
   void appendTrack(std::unique_ptr<TovAudioTrack> track);
+  bool appendTrackOf(const TovMixerTrackBlob& record, bool append);
   void deleteTracks();
   template <typename Value>
   void setTrackValue(TovAudioProvider* provider, void (TovAudioTrack::*setter)(Value), Value value);

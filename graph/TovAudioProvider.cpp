@@ -106,6 +106,27 @@ double TovAudioProvider::getTimeOfSample(const TovAudioContext& context, long lo
   return time;
 }
 
+long long TovAudioProvider::lastPosition(long long outFrames, float phase, double step)
+{
+  constexpr long long kManyFrames = 1 << 22;
+  constexpr long long kDrift = 16;
+  if (outFrames <= 0)
+    return 0;
+  const double last = std::ceil(phase + static_cast<double>(outFrames - 1) * step);
+  constexpr double kFar = 1e15; // beyond every request, and still a whole number
+  if (!(last < kFar))
+    return static_cast<long long>(kFar);
+  return static_cast<long long>(last) + (outFrames > kManyFrames ? kDrift : 0);
+}
+
+bool TovAudioProvider::hasNullBuffer(const TovNLPArray<float>& buffers)
+{
+  for (int i = 0; i < buffers.getCount(); ++i)
+    if (!buffers[i])
+      return true;
+  return false;
+}
+
 // --- Notify callbacks -----------------------------------------------------
 
 /** Holds what a change of the callback list needs: providerLock, unless it was
@@ -207,6 +228,11 @@ int TovAudioProvider::dereference()
   if (remaining == 0)
     delete this;
   return remaining;
+}
+
+bool TovAudioProvider::isFedBy(const TovAudioProvider* provider) const
+{
+  return this == provider;
 }
 
 void TovAudioProvider::lockAcquire() const

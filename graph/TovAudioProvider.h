@@ -93,6 +93,12 @@ protected:
   virtual ~TovAudioProvider();
 
 public:
+  /** Whether this provider is @p provider, or renders it through whatever it
+   *  is made of.  Mixers and resamplers refuse an input that is fed by
+   *  themselves, since a request would never end; a provider of the host that
+   *  has inputs answers for them.  Takes the locks that guard the inputs. */
+  virtual bool isFedBy(const TovAudioProvider* provider) const;
+
   // --- Sharing -----------------------------------------------------------
 
   /** Adds a reference; returns the new count. */
@@ -143,6 +149,14 @@ protected:
   /** Frames of one channel that a request may need: about 100 minutes at
    *  44.1 kHz.  Beyond that it is a mistake and not worth the memory. */
   static constexpr long long kMostRequestFrames = 1LL << 28;
+
+  static bool hasNullBuffer(const TovNLPArray<float>& buffers);
+
+  /** The position, in source frames and rounded up, of the last of
+   *  @p outFrames frames that begin at @p phase and are @p step apart, as the
+   *  resampler comes to it: over very many frames its position drifts.  0
+   *  where there is no frame. */
+  static long long lastPosition(long long outFrames, float phase, double step);
 
   /** Holds providerLock for a scope, on every way out of it. */
   class LockedProvider {

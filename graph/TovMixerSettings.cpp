@@ -1,6 +1,10 @@
 #include "graph/TovMixerSettings.h"
 
+#include <cmath>
+
 #include "core/TovGlobals.h"
+
+const float TovCLog05 = std::log(0.5f);
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "core/TovGlobals.h"
-#include "graph/TovAudioMixer.h"
 #include "io/TovAudioTranslator.h"
 
 namespace {
@@ -65,18 +64,6 @@ TEST(LoadTimeDeclarations, TranslatorsAreRegisteredAiffThenWav)
   ASSERT_GE(translators.getCount(), 2u);
   EXPECT_STREQ(translators[0]->getReadableFormats().c_str(), "Audio IFF{aif;aiff}");
   EXPECT_STREQ(translators[1]->getReadableFormats().c_str(), "Wav{wav;wave}");
-}
-
-TEST(LoadTimeDeclarations, MixerHasNoBlobYet)
-{
-  TovAudioMixer* const mixer = new TovAudioMixer;
-  int mark = 0;
-  void* blob = &mark;
-  EXPECT_EQ(mixer->serialize(&blob), 0);
-  EXPECT_EQ(blob, nullptr);
-  EXPECT_EQ(mixer->deserialize(&mark, false), -1);
-  EXPECT_EQ(mixer->deserialize(nullptr, true), -1);
-  mixer->dereference();
 }
 
 } // namespace

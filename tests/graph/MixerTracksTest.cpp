@@ -390,15 +390,4 @@ TEST_F(MixerWithRejectedInputTest, LastReferenceInTheMixerDestroysIt)
   EXPECT_EQ(0, mixer->getNumTracks());
 }
 
-// To be replaced as soon as mixers can be saved.
-TEST_F(MixerTracksTest, MixersAreNotSavedYet)
-{
-  int anything = 0;
-  void* out = &anything;
-  EXPECT_EQ(0, mixer->serialize(&out));
-  EXPECT_EQ(nullptr, out);
-  EXPECT_EQ(-1, mixer->deserialize(support::Bytes().text("AMXR").zeros(10).data().data(), false));
-  EXPECT_FALSE(support::isLockHeld(*mixer));
-}
-
 } // namespace
