@@ -135,16 +135,7 @@ int TovAiffReader::readChannel(float* out, int, long long start, long long count
 int TovAiffReader::readChannels(const TovNLPArray<float>& outputs, const TovNLArray<int>& channels,
                                 long long start, long long count)
 {
-  if (!isOpen)
-    return 1;
-  if (outputs.getCount() == 0 || outputs.getCount() != channels.getCount())
-    return 2;
-  allocBuffer(kTransferSize);
-  TovAudioIOFormat format{};
-  getFileSpec(&format);
-  if (format.state != FormatValid)
-    return 3;
-  if (count > 0)
-    readFrames(file, format, dataOffset, outputs, channels, start, count);
-  return 0; // deliberate: also for a file that ended early
+  constexpr int kFileEnded = 4;
+  const int status = readFrames(isOpen, file, dataOffset, outputs, channels, start, count);
+  return status == kFileEnded ? 0 : status; // deliberate: not reported
 }

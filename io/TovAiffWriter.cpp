@@ -113,13 +113,9 @@ int TovAiffWriter::getFileSpec(TovAudioIOFormat* record)
 
 int TovAiffWriter::writeChannels(const TovNLPArray<float>& inputs, int, int frames)
 {
-  if (!isOpen || format.state != FormatValid)
-    return 1;
-  if (static_cast<std::uint32_t>(inputs.getCount()) != format.channels)
-    return 2;
-  if (!appendFrames(file, format, inputs, frames))
-    return 4;
-  if (frames > 0)
+  constexpr int kFileTookLess = 3; // here it is 4
+  const int status = appendFrames(isOpen, file, format, inputs, frames);
+  if (status == 0 && frames > 0)
     framesWritten += static_cast<std::uint32_t>(frames);
-  return 0;
+  return status == kFileTookLess ? 4 : status;
 }

@@ -37,23 +37,31 @@ int TovAudioReader::readFirstChannel(float* out, long long start, long long coun
   return readChannels(outputs, channels, start, count);
 }
 
-long long TovAudioReader::readFrames(TovFile& file, const TovAudioIOFormat& format,
-                                     long long dataOffset, const TovNLPArray<float>& outputs,
-                                     const TovNLArray<int>& channels, long long start,
-                                     long long count)
+int TovAudioReader::readFrames(bool isOpen, TovFile& file, long long dataOffset,
+                               const TovNLPArray<float>& outputs,
+                               const TovNLArray<int>& channels, long long start, long long count)
 {
+  if (!isOpen)
+    return 1;
+  if (outputs.getCount() == 0 || outputs.getCount() != channels.getCount())
+    return 2;
+  allocBuffer(kTransferSize);
+  TovAudioIOFormat format{};
+  getFileSpec(&format);
   const long long frameBytes = static_cast<long long>(format.bytesPerSample) * format.channels;
-  if (frameBytes == 0) // only from a derived class's own record
+  if (format.state != FormatValid || frameBytes == 0) // 0: a derived class's own record
+    return 3;
+  if (count <= 0)
     return 0;
+
   const long long lastStart = (LLONG_MAX - std::max(dataOffset, 0LL)) / frameBytes;
   if (start < 0 || start > lastStart || count > lastStart - start ||
       !file.seek(dataOffset + start * frameBytes, 0))
-    return 0;
+    return 4;
 
   const long long passFrames = framesPerPass(format);
   TovNLPArray<float> destinations(outputs);
-  long long delivered = 0;
-  while (delivered < count) {
+  for (long long delivered = 0; delivered < count;) {
     for (int i = 0; i < destinations.getCount(); ++i)
       destinations.set(i, outputs[i] ? outputs[i] + delivered : nullptr);
     const long long wanted = std::min(count - delivered, passFrames);
@@ -61,9 +69,9 @@ long long TovAudioReader::readFrames(TovFile& file, const TovAudioIOFormat& form
         file.read(getBuffer(), static_cast<unsigned long>(wanted * frameBytes));
     const long long got = static_cast<long long>(bytes) / frameBytes;
     if (got == 0)
-      break;
+      return 4;
     TovPcm::toFloat(destinations, channels, getBuffer(), format, got);
     delivered += got;
   }
-  return delivered;
+  return 0;
 }

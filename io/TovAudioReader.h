@@ -47,12 +47,12 @@ protected:
   /** readChannel() of both formats: readChannels() for one output, channel 0. */
   int readFirstChannel(float* out, long long start, long long count);
 
-  /** readChannels() of both formats, for an open file of a valid format:
-   *  moves frames pass by pass until @p count are delivered or the file ends.
-   *  Returns the frames delivered; none for a span that no file can have. */
-  long long readFrames(TovFile& file, const TovAudioIOFormat& format, long long dataOffset,
-                       const TovNLPArray<float>& outputs, const TovNLArray<int>& channels,
-                       long long start, long long count);
+  /** readChannels() of both formats: moves frames pass by pass until @p count
+   *  are delivered or the file ends; the codes of readChannels(), with 4 for a
+   *  file that ended before and for a span that no file can have. */
+  int readFrames(bool isOpen, TovFile& file, long long dataOffset,
+                 const TovNLPArray<float>& outputs, const TovNLArray<int>& channels,
+                 long long start, long long count);
 
 private:
   char* fileName; ///< owned, null when none

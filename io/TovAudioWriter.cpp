@@ -45,12 +45,16 @@ TovAudioIOFormat TovAudioWriter::recordOf(const TovAudioIOFormat& wanted,
           wanted.channels};
 }
 
-bool TovAudioWriter::appendFrames(TovFile& file, const TovAudioIOFormat& format,
-                                  const TovNLPArray<float>& inputs, int frames)
+int TovAudioWriter::appendFrames(bool isOpen, TovFile& file, const TovAudioIOFormat& record,
+                                 const TovNLPArray<float>& inputs, int frames)
 {
+  if (!isOpen || record.state != FormatValid)
+    return 1;
+  if (static_cast<std::uint32_t>(inputs.getCount()) != record.channels)
+    return 2;
   allocBuffer(kTransferSize);
-  const long long passFrames = framesPerPass(format);
-  const long long frameBytes = static_cast<long long>(format.bytesPerSample) * format.channels;
+  const long long passFrames = framesPerPass(record);
+  const long long frameBytes = static_cast<long long>(record.bytesPerSample) * record.channels;
 
   TovNLPArray<float> sources(inputs);
   TovNLArray<int> channels;
@@ -61,10 +65,10 @@ bool TovAudioWriter::appendFrames(TovFile& file, const TovAudioIOFormat& format,
     for (int i = 0; i < sources.getCount(); ++i)
       sources.set(i, inputs[i] + done);
     const long long passed = std::min(frames - done, passFrames);
-    TovPcm::fromFloat(getBuffer(), channels, sources, format, passed);
+    TovPcm::fromFloat(getBuffer(), channels, sources, record, passed);
     const unsigned long bytes = static_cast<unsigned long>(passed * frameBytes);
     if (file.write(getBuffer(), bytes) != bytes)
-      return false;
+      return 3;
   }
-  return true;
+  return 0;
 }

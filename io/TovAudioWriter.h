@@ -47,8 +47,8 @@ protected:
   static TovAudioIOFormat recordOf(const TovAudioIOFormat& wanted, TovSampleEncoding encoding,
                                    bool bigEndian);
 
-  /** writeChannels() of both formats: appends frames pass by pass.  Returns
-   *  whether the file took all of them. */
-  bool appendFrames(TovFile& file, const TovAudioIOFormat& format,
-                    const TovNLPArray<float>& inputs, int frames);
+  /** writeChannels() of both formats: appends frames pass by pass to the file
+   *  of @p record; the codes of the WAV writer. */
+  int appendFrames(bool isOpen, TovFile& file, const TovAudioIOFormat& record,
+                   const TovNLPArray<float>& inputs, int frames);
 };

@@ -104,16 +104,5 @@ int TovWavReader::readChannel(float* out, int, long long start, long long count)
 int TovWavReader::readChannels(const TovNLPArray<float>& outputs, const TovNLArray<int>& channels,
                                long long start, long long count)
 {
-  if (!isOpen)
-    return 1;
-  if (outputs.getCount() == 0 || outputs.getCount() != channels.getCount())
-    return 2;
-  allocBuffer(kTransferSize);
-  TovAudioIOFormat format{};
-  getFileSpec(&format);
-  if (format.state != FormatValid)
-    return 3;
-  if (count <= 0)
-    return 0;
-  return readFrames(file, format, dataOffset, outputs, channels, start, count) == count ? 0 : 4;
+  return readFrames(isOpen, file, dataOffset, outputs, channels, start, count);
 }

@@ -94,9 +94,5 @@ int TovWavWriter::getFileSpec(TovAudioIOFormat* record)
 
 int TovWavWriter::writeChannels(const TovNLPArray<float>& inputs, int, int frames)
 {
-  if (!isOpen || format.state != FormatValid)
-    return 1;
-  if (static_cast<std::uint32_t>(inputs.getCount()) != format.channels)
-    return 2;
-  return appendFrames(file, format, inputs, frames) ? 0 : 3;
+  return appendFrames(isOpen, file, format, inputs, frames);
 }
