@@ -15,5 +15,8 @@ int runConvert(const CLI::App& command);
 CLI::App* declareMix(CLI::App& program);
 int runMix(const CLI::App& command);
 
+CLI::App* declareSave(CLI::App& program);
+int runSave(const CLI::App& command);
+
 CLI::App* declareDemo(CLI::App& program);
 int runDemo(const CLI::App& command);

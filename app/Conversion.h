@@ -2,11 +2,13 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/LevelMeter.h"
 #include "app/Notices.h"
 #include "app/OptionValues.h"
 #include "app/Progress.h"
+#include "app/SessionNames.h"
 #include "app/SourceFile.h"
 
 /** One file to be written anew in another form. */
@@ -16,7 +18,9 @@ struct ConversionRequest {
   std::optional<int> rate; ///< without: the file's
   std::optional<int> bits; ///< without: the file's
   int quality = kHighestQuality;
-  float gain = 0.0f; ///< decibels
+  float gain = 0.0f;                 ///< decibels
+  std::vector<NameMapping> mappings; ///< of a session's files
+  bool isMissingAllowed = false;     ///< of a session's files
   bool isDithered = false;
   bool isForced = false;
   bool isQuiet = false;

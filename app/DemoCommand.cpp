@@ -108,7 +108,8 @@ int runDemo(const CLI::App& command)
   std::printf("Five sound files are made in %s and mixed into %s.\n\n", folder.c_str(), kMixFile);
   std::fflush(stdout);
   const MixRequest request = demoMix(folder);
-  const MixResult result = renderMix(request, Notices(true));
+  const Notices notices(true);
+  const MixResult result = renderMix(gatherMix(request, notices), request, notices);
   printMixSummary(request, result);
   std::printf("\nEvery track fades in and out over 20 ms.  Listen to %s; \"tov mix --help\" tells "
               "how to mix\nyour own files.\n",

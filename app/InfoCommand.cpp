@@ -11,11 +11,15 @@
 #include "app/Interruption.h"
 #include "app/LevelMeter.h"
 #include "app/ScaledFloatInput.h"
+#include "app/ScriptFile.h"
+#include "app/SessionInfo.h"
 #include "app/SourceBlocks.h"
 #include "app/SourceFile.h"
 #include "app/TimeText.h"
 
 static const std::vector<OptionRow> kInfoOptions = {
+    {"--map", "OLD=NEW", "Options",
+     "Files of sessions whose names begin with OLD have moved: begin\nwith NEW; may be repeated"},
     {"--json", nullptr, "Options", "Print an array with one object per file"},
 };
 
@@ -23,9 +27,13 @@ static const char* const kInfoNotes =
     "Levels are in dBFS: 0 is full scale.  RMS is that of the samples (a full-scale sine has\n"
     "-3.01).  Exit status 1 where a file could not be read; the others are shown all the same.\n"
     "\n"
+    "Of a session, a script that holds a mix, all tracks are told with their settings; one whose\n"
+    "file is missing is told so, and is no failure here.\n"
+    "\n"
     "Examples:\n"
     "  tov info voice.wav\n"
-    "  tov info --json *.wav *.aiff";
+    "  tov info --json *.wav *.aiff\n"
+    "  tov info shot.script";
 
 /** What is told about one file. */
 struct FileInfo {
@@ -101,6 +109,27 @@ static nlohmann::ordered_json jsonOf(const FileInfo& info)
   return object;
 }
 
+/** Adds what is known of the file to the objects, or prints it without such. */
+static void tellOf(const std::string& name, const std::vector<NameMapping>& mappings,
+                   nlohmann::ordered_json* objects)
+{
+  if (isSession(name)) {
+    const MixContents contents = contentsOfSession(name, mappings);
+    if (objects != nullptr) {
+      objects->push_back(jsonOfSession(name, contents));
+    } else {
+      printSession(name, contents);
+    }
+    return;
+  }
+  const FileInfo info = examineFile(name);
+  if (objects != nullptr) {
+    objects->push_back(jsonOf(info));
+  } else {
+    printInfo(info);
+  }
+}
+
 CLI::App* declareInfo(CLI::App& program)
 {
   CLI::App* command = program.add_subcommand("info", "Tell what files hold, and their levels");
@@ -112,10 +141,13 @@ CLI::App* declareInfo(CLI::App& program)
 int runInfo(const CLI::App& command)
 {
   std::vector<std::string> names;
+  std::vector<NameMapping> mappings;
   bool isJson = false;
   for (const Argument& argument : argumentsInOrder(command)) {
     if (argument.isFile()) {
       names.push_back(argument.value);
+    } else if (argument.option == "--map") {
+      mappings.push_back(nameMappingOfText(argument.option, argument.value));
     } else {
       isJson = true;
     }
@@ -128,12 +160,7 @@ int runInfo(const CLI::App& command)
   for (const std::string& name : names) {
     throwIfInterrupted();
     try {
-      const FileInfo info = examineFile(name);
-      if (isJson) {
-        objects.push_back(jsonOf(info));
-      } else {
-        printInfo(info);
-      }
+      tellOf(name, mappings, isJson ? &objects : nullptr);
     } catch (const Failure& failure) {
       status = 1;
       std::fflush(stdout);

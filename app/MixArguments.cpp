@@ -1,6 +1,7 @@
 #include "app/MixArguments.h"
 
 #include <map>
+#include <set>
 
 #include "app/AudioOutput.h"
 #include "app/Failures.h"
@@ -32,9 +33,17 @@ const std::vector<OptionRow> kMixOptions = {
     {"--bits", "BITS", kMixGroup, "8, 16, 24 or 32 (default 24)"},
     {"--quality", "QUALITY", kMixGroup,
      "Of rate conversion: proxy, medium, high or highest (default highest)"},
-    {"--master", "DB", kMixGroup, "Level of the whole mix, up to +18.06 (default 0)"},
+    {"--master", "DB", kMixGroup,
+     "Level of the whole mix, up to +18.06 (default: the session's,\nelse 0)"},
     {"--from", "TIME", kMixGroup, "Where on the timeline to begin (default 0)"},
     {"--to", "TIME", kMixGroup, "Where to end (default: the end of the last track)"},
+    {"--save", "SCRIPT", kMixGroup, "Keep the mix in this script, as a session"},
+    {"--append", nullptr, kMixGroup,
+     "Put the session that the script holds first, so that the files\nare added to it"},
+    {"--map", "OLD=NEW", kMixGroup,
+     "Files of sessions whose names begin with OLD have moved: begin\nwith NEW; may be repeated, "
+     "the first that fits counts"},
+    {"--allow-missing", nullptr, kMixGroup, "Go on without the files that a session misses"},
     {"--fps", "RATE", kMixGroup,
      "Frames per second of the timeline, for times in frames and\ntimecode; 30000/1001 too "
      "(default 24)"},
@@ -43,7 +52,9 @@ const std::vector<OptionRow> kMixOptions = {
     {"--progress", "STYLE", kMixGroup,
      "auto (text on a terminal), text, json (lines on standard\noutput) or none"},
     {"--quiet", nullptr, kMixGroup, "Say nothing but errors"},
-    {"--force", nullptr, kMixGroup, "Go on where a 32-bit WAV holds implausible samples"},
+    {"--force", nullptr, kMixGroup,
+     "Go on where a 32-bit WAV holds implausible samples, and save\nover settings that cannot be "
+     "loaded"},
 };
 
 /** An option's name and text, and what times in it go by. */
@@ -104,6 +115,19 @@ static int playRate(const OptionText& option)
   return static_cast<int>(numberInRange(option.name, option.text, kLowest, kHighest));
 }
 
+static std::string scriptName(const OptionText& option)
+{
+  if (option.text.empty()) {
+    throw UsageError("the name of the script is empty");
+  }
+  if (formatBySuffix(option.text) != nullptr) {
+    throw UsageError("\"" + option.text +
+                     "\" is the name of a sound file; a script's name ends "
+                     "in another suffix or in none");
+  }
+  return option.text;
+}
+
 using TrackSetter = void (*)(TrackRequest& track, const OptionText& option);
 using MixSetter = void (*)(MixRequest& mix, const OptionText& option);
 
@@ -133,6 +157,11 @@ static const std::map<std::string, MixSetter> kMixSetters = {
      [](MixRequest& m, const OptionText& o) { m.master = decibelsOfText(o.name, o.text); }},
     {"--from", [](MixRequest& m, const OptionText& o) { m.from = o.seconds(); }},
     {"--to", [](MixRequest& m, const OptionText& o) { m.to = o.seconds(); }},
+    {"--save", [](MixRequest& m, const OptionText& o) { m.script = scriptName(o); }},
+    {"--append", [](MixRequest& m, const OptionText&) { m.isAppended = true; }},
+    {"--map", [](MixRequest& m,
+                 const OptionText& o) { m.mappings.push_back(nameMappingOfText(o.name, o.text)); }},
+    {"--allow-missing", [](MixRequest& m, const OptionText&) { m.isMissingAllowed = true; }},
     {"--fps", [](MixRequest& m, const OptionText& o) { m.framesPerSecond = o.framesPerSecond; }},
     {"--dither", [](MixRequest& m, const OptionText&) { m.isDithered = true; }},
     {"--progress",
@@ -169,15 +198,41 @@ static void checkTrack(const TrackRequest& track)
   }
 }
 
+/** A session holds no choice of channels. */
+static void checkKeepable(const TrackRequest& track)
+{
+  if (track.channels && *track.channels != std::pair(1, 2)) {
+    throw UsageError("--channels of " + track.file +
+                     ": a session cannot keep which channels are taken; it always takes the first "
+                     "two");
+  }
+}
+
+static void checkSaving(const MixRequest& mix)
+{
+  if (mix.script.empty()) {
+    if (mix.isAppended) {
+      throw UsageError("--append is for saving: --save SCRIPT");
+    }
+    return;
+  }
+  for (const TrackRequest& track : mix.tracks) {
+    checkKeepable(track);
+  }
+}
+
 static void checkMix(const MixRequest& mix)
 {
-  if (mix.tracks.empty()) {
+  if (mix.tracks.empty() && !mix.isAppended) {
     throw UsageError("no file to mix was named");
   }
-  if (mix.output.empty()) {
+  if (mix.output.empty() && mix.script.empty()) {
     throw UsageError("the file to write is missing: -o FILE");
   }
-  checkOutputSuffix("--output", mix.output);
+  if (!mix.output.empty()) {
+    checkOutputSuffix("--output", mix.output);
+  }
+  checkSaving(mix);
   for (const TrackRequest& track : mix.tracks) {
     checkTrack(track);
   }
@@ -205,8 +260,33 @@ MixRequest mixRequestOf(const std::vector<Argument>& arguments)
                        " stands before any file; the options of a track follow its file");
     } else {
       kTrackSetters.at(argument.option)(mix.tracks.back(), option);
+      mix.tracks.back().hasOptions = true;
     }
   }
   checkMix(mix);
   return mix;
+}
+
+std::vector<OptionRow> saveOptions()
+{
+  static const std::set<std::string> kOfSession = {"--master", "--append", "--map",
+                                                   "--fps",    "--quiet",  "--force"};
+  std::vector<OptionRow> rows;
+  for (const OptionRow& row : kMixOptions) {
+    if (row.group == kTrackGroup || kOfSession.count(row.names) > 0) {
+      rows.push_back(row);
+    }
+  }
+  return rows;
+}
+
+MixRequest saveRequestOf(std::vector<Argument> arguments)
+{
+  for (Argument& argument : arguments) {
+    if (argument.isFile()) {
+      argument.option = "--save";
+      return mixRequestOf(arguments);
+    }
+  }
+  throw UsageError("the script is missing: tov save SCRIPT FILE...");
 }

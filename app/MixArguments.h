@@ -13,5 +13,12 @@ extern const std::vector<OptionRow> kMixOptions;
  *  UsageError. */
 MixRequest mixRequestOf(const std::vector<Argument>& arguments);
 
+/** The options of `tov save`: those of `tov mix` that a session keeps. */
+std::vector<OptionRow> saveOptions();
+
+/** The mix that is to be kept in the script, which is the first file among the
+ *  arguments.  Throws UsageError. */
+MixRequest saveRequestOf(std::vector<Argument> arguments);
+
 /** The host's own frame rate, which frames and timecode go by without --fps. */
 double hostFramesPerSecond();

@@ -1,8 +1,10 @@
 #include "app/Commands.h"
 #include "app/MixArguments.h"
+#include "app/MixContents.h"
 #include "app/MixRender.h"
 #include "app/MixSummary.h"
 #include "app/Notices.h"
+#include "app/SessionSave.h"
 
 static const char* const kMixNotes =
     "Examples:\n"
@@ -21,6 +23,18 @@ static const char* const kMixNotes =
     "that one panned hard has both at full level on one side (a file of one channel is then\n"
     "6 dB louder there than in the centre), and one of width 0 has both at half level.\n"
     "A file of one channel feeds both sides.\n"
+    "\n"
+    "A FILE may also be a session: a script that holds a mix, kept there by --save or by the\n"
+    "host.  Its tracks stand where it is named, with their own settings; the master level is\n"
+    "that of the first session unless --master says another.  Its files are looked for beside\n"
+    "the script first, then as they stand.  --save keeps the whole mix: a file in the script's\n"
+    "folder or below by its name relative to that folder, any other by its whole path.  A saved\n"
+    "mix renders to the same samples as this one with the same options; rate, bits, quality,\n"
+    "--from and --to are not kept, nor can be --channels.  Times are kept as given and come onto\n"
+    "the output's frames when rendered, so that this holds at every rate.\n"
+    "\n"
+    "  tov mix drums.wav --gain -3 bass.aiff --start 2 --save shot.script\n"
+    "  tov mix shot.script voice.wav --start 4 -o mix.wav\n"
     "\n"
     "Samples above full scale are clipped and reported.  32-bit WAV is floating point with full\n"
     "scale at 32768 under an integer's tag, which other programs hear as noise: for 32 bits\n"
@@ -42,14 +56,17 @@ int runMix(const CLI::App& command)
 {
   const MixRequest request = mixRequestOf(argumentsInOrder(command));
   const Notices notices(request.isQuiet);
-  const MixResult result = renderMix(request, notices);
-  if (request.isQuiet) {
-    return 0;
+  const MixContents contents = gatherMix(request, notices);
+  if (!request.script.empty()) {
+    checkSession(contents, request);
   }
-  if (request.progress == ProgressStyle::json) {
-    printMixSummaryAsJson(request, result);
-  } else {
-    printMixSummary(request, result);
+  if (!request.output.empty()) {
+    tellOfMix(request, renderMix(contents, request, notices));
+  }
+  if (!request.script.empty()) {
+    // Composed anew: the script may have been edited during the render.
+    saveSession(contents, request);
+    sayWhatWasSaved(contents, request, notices);
   }
   return 0;
 }

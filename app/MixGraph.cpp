@@ -4,37 +4,37 @@
 #include <cmath>
 
 #include "app/Failures.h"
+#include "app/MixerBlob.h"
 #include "app/RefusalReason.h"
 #include "app/SourceBlocks.h"
 #include "core/TovGlobals.h"
-#include "pcm/TovPcm.h"
 
 static constexpr int kNothingToDeliver = 5;
 
-static std::vector<SourceFile> openSources(const MixRequest& request)
+static int mixRate(const MixRequest& request, const MixContents& contents)
 {
-  std::vector<SourceFile> sources;
-  for (const TrackRequest& track : request.tracks) {
-    sources.push_back(openSource(track.file));
+  if (contents.tracks.empty()) {
+    throw Failure("mix", "the session has no tracks");
   }
-  return sources;
-}
-
-static int mixRate(const MixRequest& request, const std::vector<SourceFile>& sources)
-{
   if (request.rate) {
     return *request.rate;
   }
   int highest = 0;
-  for (const SourceFile& source : sources) {
-    highest = std::max(highest, source.rate());
+  for (const MixTrack& track : contents.tracks) {
+    highest = track.source ? std::max(highest, track.source->rate()) : highest;
+  }
+  if (highest == 0) {
+    throw Failure("mix", "there is no file to take the rate from; --rate says it");
   }
   return highest;
 }
 
-static void sayWhichChannels(const SourceFile& source, const TrackPlan& plan,
-                             const Notices& notices)
+static void sayWhichChannels(const MixTrack& track, const TrackPlan& plan, const Notices& notices)
 {
+  if (!track.source) {
+    return;
+  }
+  const SourceFile& source = *track.source;
   if (source.channels() > 2) {
     notices.say(source.name, "of its " + std::to_string(source.channels()) + " channels, " +
                                  std::to_string(plan.leftChannel + 1) + " and " +
@@ -53,52 +53,68 @@ static double setFramesPerSecond(const MixRequest& request)
   return static_cast<double>(setting->asFloat());
 }
 
-MixGraph::MixGraph(const MixRequest& request, const Notices& notices)
-    : sources(openSources(request)), mixer(new TovAudioMixer()),
-      context(mixRate(request, sources), request.quality, setFramesPerSecond(request), 0.0),
+MixGraph::MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices)
+    : tracks(contents.tracks), mixer(new TovAudioMixer()),
+      context(mixRate(request, contents), request.quality, setFramesPerSecond(request), 0.0),
       leftAndRight(everyChannel(2))
 {
-  mixer->setMasterGain(TovPcm::dBToFactor(request.master));
-  for (std::size_t i = 0; i < sources.size(); ++i) {
-    plans.push_back(planTrack(request.tracks[i], sources[i], context.sampleRate));
-    sayWhichChannels(sources[i], plans[i], notices);
-    addTrack(request.tracks[i], sources[i], plans[i]);
+  if (!std::isfinite(contents.masterGain)) {
+    throw Failure("mix", "the session's master level is no number; --master sets another");
+  }
+  emptyWithGain(*mixer, contents.masterGain);
+  for (const MixTrack& track : tracks) {
+    plans.push_back(planTrack(track, context.sampleRate));
+    sayWhichChannels(track, plans.back(), notices);
+    addTrack(track, plans.back());
   }
 }
 
 MixGraph::~MixGraph() = default;
 
-void MixGraph::addTrack(const TrackRequest& request, const SourceFile& source,
-                        const TrackPlan& plan)
+/** A missing file is an input that delivers nothing: its track may still be
+ *  the one that silences all others. */
+ProviderReference<TovAudioFile> MixGraph::inputFor(const MixTrack& track, const TrackPlan& plan)
 {
-  files.emplace_back(new WatchedFile(source));
-  WatchedFile* file = files.back().get();
-  if (request.playRate) {
-    file->setPlaybackRate(plan.playRate);
+  if (!track.source) {
+    return ProviderReference<TovAudioFile>(new TovAudioFile());
   }
-  file->setSrcIn(plan.srcIn);
-  file->setSrcOut(plan.srcOut);
+  WatchedFile* const file = new WatchedFile(*track.source);
+  ProviderReference<TovAudioFile> input(file);
   file->chooseChannels(plan.leftChannel, plan.rightChannel);
+  file->reference();
+  files.emplace_back(file);
+  return input;
+}
+
+void MixGraph::addTrack(const MixTrack& track, const TrackPlan& plan)
+{
+  const TrackSettings& settings = track.settings;
+  const ProviderReference<TovAudioFile> input = inputFor(track, plan);
+  TovAudioFile* const file = input.get();
+  setFileSettings(*file, "", settings.playRate, plan.srcIn, settings.srcOut);
   mixer->addProvider(file);
-  mixer->setGain(file, TovPcm::dBToFactor(request.gain));
-  mixer->setPan(file, request.pan);
-  mixer->setWide(file, request.width);
-  mixer->setMute(file, request.mute);
-  mixer->setSolo(file, request.solo);
-  mixer->setStartTime(file, plan.startTime);
-  mixer->setEndTime(file, plan.endTime);
+  // The mixer's own setters search all tracks for the provider.
+  TovAudioTrack& last = *mixer->getTrack(mixer->getNumTracks() - 1);
+  last.setGain(settings.gain);
+  last.setPan(settings.pan);
+  last.setWide(settings.width);
+  last.setMute(settings.mute || plan.isTooShort);
+  last.setSolo(settings.solo);
+  last.setStartTime(plan.startTime);
+  last.setEndTime(plan.endTime);
+  last.setTimeShift(settings.shift);
 }
 
 bool MixGraph::isHeard(int track) const
 {
-  return mixer->isTrackHeard(mixer->getTrack(track));
+  return !getTrack(track).isMissing() && mixer->isTrackHeard(mixer->getTrack(track));
 }
 
 long long MixGraph::getEndFrame() const
 {
-  double end = plans.front().endTime;
+  double end = plans.front().soundEnd;
   for (const TrackPlan& plan : plans) {
-    end = std::max(end, plan.endTime);
+    end = std::max(end, plan.soundEnd);
   }
   return std::llround(end * context.sampleRate);
 }
@@ -135,7 +151,7 @@ void MixGraph::checkInputs() const
 {
   for (int track = 0; track < getTrackCount(); ++track) {
     if (isHeard(track)) {
-      throwIfCutShort(getSource(track));
+      throwIfCutShort(*getTrack(track).source);
     }
   }
 }

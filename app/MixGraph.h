@@ -4,9 +4,9 @@
 
 #include "app/ChannelBuffers.h"
 #include "app/MixRequest.h"
+#include "app/MixTrack.h"
 #include "app/Notices.h"
 #include "app/ProviderReference.h"
-#include "app/SourceFile.h"
 #include "app/TrackPlan.h"
 #include "app/WatchedFile.h"
 #include "core/TovAudioContext.h"
@@ -19,19 +19,19 @@
  */
 class MixGraph {
 public:
-  /** Opens all files and places them.  Throws Failure and UsageError. */
-  MixGraph(const MixRequest& request, const Notices& notices);
+  /** Places the tracks.  Throws Failure. */
+  MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices);
   ~MixGraph();
   MixGraph(const MixGraph&) = delete;
   MixGraph& operator=(const MixGraph&) = delete;
 
   int getRate() const { return context.sampleRate; }
   int getTrackCount() const { return static_cast<int>(plans.size()); }
-  const SourceFile& getSource(int track) const { return sources[index(track)]; }
+  const MixTrack& getTrack(int track) const { return tracks[index(track)]; }
   const TrackPlan& getPlan(int track) const { return plans[index(track)]; }
   bool isHeard(int track) const;
 
-  /** Timeline frame at which the last track ends. */
+  /** Timeline frame at which the sound of the last track ends. */
   long long getEndFrame() const;
 
   /** Makes the files ready to be read.  Throws Failure. */
@@ -46,11 +46,12 @@ public:
 
 private:
   static std::size_t index(int track) { return static_cast<std::size_t>(track); }
-  void addTrack(const TrackRequest& request, const SourceFile& source, const TrackPlan& plan);
+  ProviderReference<TovAudioFile> inputFor(const MixTrack& track, const TrackPlan& plan);
+  void addTrack(const MixTrack& track, const TrackPlan& plan);
 
-  std::vector<SourceFile> sources;
+  std::vector<MixTrack> tracks;
   std::vector<TrackPlan> plans;
-  std::vector<ProviderReference<WatchedFile>> files;
+  std::vector<ProviderReference<WatchedFile>> files; ///< of those that are not missing
   ProviderReference<TovAudioMixer> mixer;
   TovAudioContext context;
   TovNLArray<int> leftAndRight;

@@ -9,6 +9,7 @@
 #include "app/Interruption.h"
 #include "app/MixGraph.h"
 #include "app/ScaledFloatInput.h"
+#include "pcm/TovPcm.h"
 
 static constexpr int kBlockFrames = 4096;
 static constexpr int kChannels = 2;
@@ -34,29 +35,40 @@ static FrameSpan spanOf(const MixRequest& request, const MixGraph& graph)
   throw Failure(request.output, "the mix is empty: no track reaches behind time 0");
 }
 
-static std::string adviceOnLevel(const MixRequest& request, const LevelMeter& levels)
+static std::string adviceOnLevel(float masterGain, const LevelMeter& levels)
 {
   const double tooMuch = decibelsOfFullScale(static_cast<double>(levels.getHighestPeak()));
   // A tenth above what is needed, so that rounding cannot spoil it.
-  const double master =
-      std::floor((static_cast<double>(request.master) - tooMuch) * 10.0 - 1e-9) / 10.0;
+  const double master = std::floor((decibelsOfFactor(masterGain) - tooMuch) * 10.0 - 1e-9) / 10.0;
   char text[64];
   std::snprintf(text, sizeof text, "; --master %.1f would avoid it", master);
   return std::isfinite(master) ? text : "";
 }
 
-static std::vector<MixedTrack> tracksOf(const MixRequest& request, const MixGraph& graph)
+static std::vector<MixedTrack> tracksOf(const MixGraph& graph)
 {
   std::vector<MixedTrack> tracks;
   for (int i = 0; i < graph.getTrackCount(); ++i) {
-    tracks.push_back({request.tracks[static_cast<std::size_t>(i)], graph.getSource(i),
-                      graph.getPlan(i), graph.isHeard(i)});
+    tracks.push_back({graph.getTrack(i), graph.getPlan(i), graph.isHeard(i)});
   }
   return tracks;
 }
 
-static double renderSpan(MixGraph& graph, AudioOutput& output, FrameSpan span, ProgressStyle style)
+/** Nothing where the mix is to stay as it is. */
+static void applyGain(const ChannelBuffers& block, float decibels)
 {
+  if (!(decibels < 0.0f) && !(decibels > 0.0f)) {
+    return;
+  }
+  for (int c = 0; c < block.getChannels(); ++c) {
+    TovPcm::amplifyDB(block.channel(c), block.channel(c), block.getFrames(), decibels);
+  }
+}
+
+static double renderSpan(MixGraph& graph, AudioOutput& output, FrameSpan span,
+                         const MixRequest& request)
+{
+  const ProgressStyle style = request.isQuiet ? ProgressStyle::none : request.progress;
   const ChannelBuffers block(kChannels, kBlockFrames);
   Progress progress(style, span.to - span.from, graph.getRate());
   graph.activate();
@@ -65,6 +77,7 @@ static double renderSpan(MixGraph& graph, AudioOutput& output, FrameSpan span, P
     throwIfInterrupted();
     piece = gridPieceAt(frame, span.to, kBlockFrames);
     graph.render(block, piece.blockStart);
+    applyGain(block, request.gain);
     output.append(block.from(piece.offset), piece.count, frame);
     progress.advance(piece.count);
   }
@@ -73,9 +86,10 @@ static double renderSpan(MixGraph& graph, AudioOutput& output, FrameSpan span, P
   return progress.timesRealTime();
 }
 
-MixResult renderMix(const MixRequest& request, const Notices& notices)
+MixResult renderMix(const MixContents& contents, const MixRequest& request, const Notices& notices)
 {
-  MixGraph graph(request, notices);
+  refuseMissing(contents, request.isMissingAllowed, notices);
+  MixGraph graph(contents, request, notices);
   const FrameSpan span = spanOf(request, graph);
   OutputPlan plan = {};
   plan.target = request.output;
@@ -86,10 +100,12 @@ MixResult renderMix(const MixRequest& request, const Notices& notices)
   plan.isDithered = request.isDithered;
   AudioOutput output(plan, notices);
   for (int i = 0; i < graph.getTrackCount(); ++i) {
-    checkScaledFloatInput(graph.getSource(i), request.isForced, notices);
+    if (const MixTrack& track = graph.getTrack(i); track.source) {
+      checkScaledFloatInput(*track.source, request.isForced, notices);
+    }
   }
-  const ProgressStyle style = request.isQuiet ? ProgressStyle::none : request.progress;
-  const double timesRealTime = renderSpan(graph, output, span, style);
-  sayWhatWasClipped(plan, output.getLevels(), notices, adviceOnLevel(request, output.getLevels()));
-  return {tracksOf(request, graph), plan.rate, plan.frames, output.getLevels(), timesRealTime};
+  const double timesRealTime = renderSpan(graph, output, span, request);
+  sayWhatWasClipped(plan, output.getLevels(), notices,
+                    adviceOnLevel(contents.masterGain, output.getLevels()));
+  return {tracksOf(graph), plan.rate, plan.frames, output.getLevels(), timesRealTime};
 }

@@ -5,15 +5,14 @@
 #include <vector>
 
 #include "app/LevelMeter.h"
+#include "app/MixContents.h"
 #include "app/MixRequest.h"
 #include "app/Notices.h"
-#include "app/SourceFile.h"
 #include "app/TrackPlan.h"
 
 /** One track of a finished mix. */
 struct MixedTrack {
-  TrackRequest request;
-  SourceFile source;
+  MixTrack track;
   TrackPlan plan;
   bool isHeard;
 };
@@ -31,4 +30,4 @@ struct MixResult {
 
 /** Renders the mix into its file.  Throws UsageError, Failure and Interrupted;
  *  then the file of that name is as it was. */
-MixResult renderMix(const MixRequest& request, const Notices& notices);
+MixResult renderMix(const MixContents& contents, const MixRequest& request, const Notices& notices);

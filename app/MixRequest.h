@@ -7,8 +7,10 @@
 
 #include "app/OptionValues.h"
 #include "app/Progress.h"
+#include "app/SessionNames.h"
 
-/** One file of a mix and what the user wants of it. */
+/** One file of a mix and what the user wants of it; or a session, which has
+ *  all that in itself. */
 struct TrackRequest {
   std::string file;
   float gain = 0.0f; ///< decibels
@@ -22,19 +24,25 @@ struct TrackRequest {
   std::optional<std::pair<int, int>> channels; ///< left and right, counted from 1
   bool mute = false;
   bool solo = false;
+  bool hasOptions = false; ///< any of the above was asked for
 };
 
 /** A whole mix. */
 struct MixRequest {
   std::vector<TrackRequest> tracks;
-  std::string output;
+  std::string output;      ///< empty: nothing is rendered
+  std::string script;      ///< to keep the mix in; empty: it is not kept
   std::optional<int> rate; ///< without: the highest of the files'
   int bits = 24;
   int quality = kHighestQuality;
-  float master = 0.0f; ///< decibels
+  std::optional<float> master; ///< decibels; without: the first session's, else 0
+  float gain = 0.0f;           ///< decibels, applied to the finished mix
   std::optional<double> from;
   std::optional<double> to;
   std::optional<double> framesPerSecond;
+  std::vector<NameMapping> mappings;
+  bool isAppended = false; ///< what the script holds comes first
+  bool isMissingAllowed = false;
   bool isDithered = false;
   bool isForced = false;
   bool isQuiet = false;

@@ -5,44 +5,26 @@
 
 #include <nlohmann/json.hpp>
 
-#include "app/NumberText.h"
 #include "app/TimeText.h"
+#include "app/TrackText.h"
 
-static std::string settingsForPeople(const MixedTrack& track)
+static const char* whyNotHeard(const MixedTrack& mixed)
 {
-  const TrackRequest& request = track.request;
-  char gain[48];
-  std::snprintf(gain, sizeof gain, "%+.1f dB", static_cast<double>(request.gain));
-  std::string text = gain;
-  text += ", pan " + shortNumber(static_cast<double>(request.pan));
-  text += ", width " + shortNumber(static_cast<double>(request.width));
-  if (request.in > 0.0 || request.out) {
-    text += ", file from " + timeForPeople(request.in) + " to " +
-            timeForPeople(request.out.value_or(track.source.seconds()));
+  if (mixed.track.isMissing()) {
+    return ", left out";
   }
-  if (request.playRate) {
-    text += ", played at " + std::to_string(*request.playRate) + " Hz";
+  if (mixed.track.settings.mute) {
+    return ", muted";
   }
-  if (request.channels) {
-    text += ", channels " + std::to_string(request.channels->first) + " and " +
-            std::to_string(request.channels->second);
-  }
-  if (request.solo) {
-    text += ", solo";
-  }
-  if (!track.isHeard) {
-    text += request.mute ? ", muted" : ", not heard (another track is solo)";
-  }
-  return text;
+  return mixed.plan.isTooShort ? ", shorter than a frame" : ", not heard (another track is solo)";
 }
 
-static void printTrack(const MixedTrack& track)
+static void printTrack(const MixedTrack& mixed)
 {
-  const SourceFile& source = track.source;
-  std::printf("  %s  (%s, %d Hz, %d bit, %d ch)\n", source.name.c_str(), source.formatName.c_str(),
-              source.rate(), source.bits, source.channels());
-  std::printf("      %s to %s, %s\n", timeForPeople(track.plan.startTime).c_str(),
-              timeForPeople(track.plan.endTime).c_str(), settingsForPeople(track).c_str());
+  std::printf("  %s  (%s)\n", mixed.track.name.c_str(), sourceForPeople(mixed.track).c_str());
+  std::printf("      %s to %s, %s%s\n", timeForPeople(mixed.plan.startTime).c_str(),
+              timeForPeople(mixed.plan.soundEnd).c_str(), settingsForPeople(mixed.track).c_str(),
+              mixed.isHeard ? "" : whyNotHeard(mixed));
 }
 
 void printMixSummary(const MixRequest& request, const MixResult& result)
@@ -60,15 +42,16 @@ void printMixSummary(const MixRequest& request, const MixResult& result)
               qualityName(request.quality).c_str());
 }
 
-static nlohmann::ordered_json jsonOf(const MixedTrack& track)
+static nlohmann::ordered_json jsonOf(const MixedTrack& mixed)
 {
-  return {{"file", track.source.name},     {"gain", track.request.gain},
-          {"pan", track.request.pan},      {"width", track.request.width},
-          {"start", track.plan.startTime}, {"end", track.plan.endTime},
-          {"heard", track.isHeard}};
+  const TrackSettings& settings = mixed.track.settings;
+  return {{"file", mixed.track.name},      {"gain", decibelsOfFactor(settings.gain)},
+          {"pan", settings.pan},           {"width", settings.width},
+          {"start", mixed.plan.startTime}, {"end", mixed.plan.soundEnd},
+          {"heard", mixed.isHeard}};
 }
 
-void printMixSummaryAsJson(const MixRequest& request, const MixResult& result)
+static void printMixSummaryAsJson(const MixRequest& request, const MixResult& result)
 {
   nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
   for (const MixedTrack& track : result.tracks) {
@@ -91,4 +74,16 @@ void printMixSummaryAsJson(const MixRequest& request, const MixResult& result)
   // A file's name need not be valid UTF-8; the line must be.
   std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
             << std::endl;
+}
+
+void tellOfMix(const MixRequest& request, const MixResult& result)
+{
+  if (request.isQuiet) {
+    return;
+  }
+  if (request.progress == ProgressStyle::json) {
+    printMixSummaryAsJson(request, result);
+  } else {
+    printMixSummary(request, result);
+  }
 }

@@ -6,5 +6,6 @@
  *  levels and the speed. */
 void printMixSummary(const MixRequest& request, const MixResult& result);
 
-/** The same as one line of JSON. */
-void printMixSummaryAsJson(const MixRequest& request, const MixResult& result);
+/** The same in the way that the request wants: as text, as one line of JSON,
+ *  or not at all. */
+void tellOfMix(const MixRequest& request, const MixResult& result);

@@ -21,20 +21,21 @@ std::string systemErrorText(int errorNumber)
   return text;
 }
 
-static std::filesystem::path withLinksFollowed(std::filesystem::path path)
+std::string targetBehindLinks(const std::string& name)
 {
+  std::filesystem::path path = name;
   constexpr int kMostLinks = 40;
   std::error_code error;
   for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, error); ++i) {
     const std::filesystem::path next = std::filesystem::read_symlink(path, error);
     path = next.is_absolute() ? next : path.parent_path() / next;
   }
-  return path;
+  return path.string();
 }
 
 OutputFile::OutputFile(const std::string& targetName) : name(targetName)
 {
-  const std::filesystem::path path = withLinksFollowed(targetName);
+  const std::filesystem::path path = targetBehindLinks(targetName);
   target = path.string();
   folder = path.has_parent_path() ? path.parent_path().string() : ".";
   refuseBadTarget();

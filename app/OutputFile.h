@@ -43,5 +43,9 @@ private:
   int descriptor = -1;
 };
 
+/** The path of the file that a name leads to, with links followed; the file
+ *  itself need not exist. */
+std::string targetBehindLinks(const std::string& name);
+
 /** The system's words for an error number, without a capital. */
 std::string systemErrorText(int errorNumber);

@@ -129,6 +129,11 @@ double framesPerSecondOfText(const std::string& option, const std::string& text)
 
 std::string timeForPeople(double seconds)
 {
+  // Such times stand only in sessions that went wrong.
+  constexpr double kMostShown = 1e12;
+  if (!(std::fabs(seconds) < kMostShown)) {
+    return shortNumber(seconds);
+  }
   const long long thousandths = std::llround(std::fabs(seconds) * 1000.0);
   char text[48];
   std::snprintf(text, sizeof text, "%s%lld:%02lld.%03lld", seconds < 0.0 ? "-" : "",

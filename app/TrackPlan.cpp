@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "app/Failures.h"
-#include "app/NumberText.h"
 
 double timeOnFrame(double seconds, int rate)
 {
@@ -22,50 +21,83 @@ double timeOnFrame(double seconds, int rate)
   return time * rate > frame ? time : std::nextafter(time, kFar);
 }
 
-/** A quarter of a frame behind the frame's beginning, where rounding down
- *  meets the frame whatever the conversions on the way lose. */
-static double sourceTimeOfFrame(double frame, const SourceFile& source)
+static bool isWithin(double value, double limit)
 {
-  return (frame + 0.25) / source.rate();
+  return value >= -limit && value <= limit; // no number is not
 }
 
-static void checkChannels(const TrackRequest& request, const SourceFile& source)
+// Far beyond any timeline, and as far from where frame numbers overflow.
+static constexpr double kMostSeconds = 4e9;
+
+/** What is wrong with settings that no command line would give, but a session
+ *  might hold; null where nothing is. */
+static const char* problemOf(const TrackSettings& settings)
 {
-  if (!request.channels) {
-    return;
+  constexpr double kMostFactor = 8.0;
+  if (!isWithin(static_cast<double>(settings.gain), kMostFactor) ||
+      !isWithin(static_cast<double>(settings.pan), 1.0) ||
+      !isWithin(static_cast<double>(settings.width), 1.0)) {
+    return "its gain, pan or width is no number";
   }
-  if (std::max(request.channels->first, request.channels->second) > source.channels()) {
-    throw UsageError("--channels " + std::to_string(request.channels->first) + "," +
-                     std::to_string(request.channels->second) + ": " + source.name + " has " +
-                     std::to_string(source.channels()) +
-                     (source.channels() == 1 ? " channel" : " channels"));
+  if (!isWithin(settings.start, kMostSeconds) || !isWithin(settings.end, kMostSeconds)) {
+    return "its start or end is no usable time";
+  }
+  if (!isWithin(settings.srcIn, kMostSeconds) || !isWithin(settings.srcOut, kMostSeconds)) {
+    return "the times of its used part are not usable";
+  }
+  return nullptr;
+}
+
+static bool isPlayable(int playRate, const SourceFile& source)
+{
+  constexpr int kMostRate = 768000;
+  return playRate >= 1 && (playRate <= kMostRate || playRate == source.rate());
+}
+
+static void checkSettings(const MixTrack& track)
+{
+  if (const char* problem = problemOf(track.settings)) {
+    throw Failure(track.name, std::string("cannot be mixed: ") + problem);
+  }
+  if (track.source && !isPlayable(track.settings.playRate, *track.source)) {
+    throw Failure(track.name, "cannot be mixed: it is to be played at " +
+                                  std::to_string(track.settings.playRate) + " Hz");
   }
 }
 
-TrackPlan planTrack(const TrackRequest& request, const SourceFile& source, int rate)
+/** A start just above its frame makes the file provider, which rounds down the
+ *  time before the start, begin a frame late: the file begins one further. */
+static double sourceIn(const MixTrack& track, double startTime, int rate)
 {
-  checkChannels(request, source);
-  const double frameCount = static_cast<double>(source.format.frameCount);
-  const double inFrame = std::round(request.in * source.rate());
-  const double outFrame =
-      request.out ? std::min(std::round(*request.out * source.rate()), frameCount) : frameCount;
-  if (inFrame > 0.0 && inFrame >= outFrame) {
-    throw UsageError("--in " + shortNumber(request.in) + " leaves nothing of " + source.name +
-                     ", which is " + shortNumber(source.seconds()) + " seconds long");
+  const TrackSettings& settings = track.settings;
+  const bool isLate = track.source && settings.playRate == rate &&
+                      startTime * rate > std::round(settings.start * rate);
+  return isLate ? settings.srcIn + 1.0 / track.source->rate() : settings.srcIn;
+}
+
+static double soundEnd(const MixTrack& track)
+{
+  const TrackSettings& settings = track.settings;
+  double end = settings.hasEnd() ? settings.end : settings.start;
+  if (track.source) {
+    const double runsOut = settings.runsOut(*track.source);
+    end = settings.hasEnd() ? std::min(end, runsOut) : runsOut;
   }
+  return std::min(end, kMostSeconds);
+}
+
+TrackPlan planTrack(const MixTrack& track, int rate)
+{
+  checkSettings(track);
+  const TrackSettings& settings = track.settings;
   TrackPlan plan = {};
-  plan.playRate = request.playRate.value_or(source.rate());
-  const double runsOut = request.start + (outFrame - inFrame) / plan.playRate;
-  plan.startTime = timeOnFrame(request.start, rate);
-  plan.endTime = timeOnFrame(std::min(request.end.value_or(runsOut), runsOut), rate);
-  // A start just above its frame makes the file provider, which rounds down
-  // the time before the start, begin a frame late: the file begins one further.
-  const bool isLate =
-      plan.playRate == rate && plan.startTime * rate > std::round(request.start * rate);
-  plan.srcIn = sourceTimeOfFrame(isLate ? inFrame + 1.0 : inFrame, source);
-  plan.srcOut = sourceTimeOfFrame(outFrame, source);
-  plan.leftChannel = request.channels ? request.channels->first - 1 : 0;
-  plan.rightChannel =
-      request.channels ? request.channels->second - 1 : std::min(1, source.channels() - 1);
+  plan.startTime = timeOnFrame(settings.start, rate);
+  plan.srcIn = sourceIn(track, plan.startTime, rate);
+  plan.endTime = settings.hasEnd() ? timeOnFrame(settings.end, rate) : plan.startTime;
+  plan.soundEnd = timeOnFrame(soundEnd(track), rate);
+  plan.isTooShort = settings.hasEnd() && !TrackSettings::isEndBehind(plan.startTime, plan.endTime);
+  const int channels = track.source ? track.source->channels() : 2;
+  plan.leftChannel = track.channels ? track.channels->first - 1 : 0;
+  plan.rightChannel = track.channels ? track.channels->second - 1 : std::min(1, channels - 1);
   return plan;
 }

@@ -1,25 +1,21 @@
 #pragma once
 
-#include "app/MixRequest.h"
-#include "app/SourceFile.h"
+#include "app/MixTrack.h"
 
-/** A track's place in the mix, in the library's terms. */
+/** A track's place in a mix of a certain rate. */
 struct TrackPlan {
   double startTime; ///< timeline seconds, on a frame of the output
-  double endTime;   ///< timeline seconds, on a frame of the output
-  double srcIn;     ///< seconds of the file
-  double srcOut;    ///< seconds of the file
-  int playRate;     ///< frames of the file per second
+  double srcIn;     ///< seconds of the file that fall on the start
+  double endTime;   ///< timeline seconds, on a frame of the output; the start's where there is none
+  double soundEnd;  ///< when nothing is heard of it any more; on a frame of the output
   int leftChannel;  ///< counted from 0
   int rightChannel; ///< counted from 0
-
-  bool isEmpty() const { return !(startTime < endTime); }
+  bool isTooShort;  ///< has an end, which came to lie on its start
 };
 
-/** Where the track lies in a mix at @p rate.  It ends when its used part runs
- *  out, or earlier where the user says so, so that the fade-out is always on
- *  sound.  Throws UsageError for what the file does not have. */
-TrackPlan planTrack(const TrackRequest& request, const SourceFile& source, int rate);
+/** Where the track lies in a mix at @p rate.  Throws Failure where a session's
+ *  settings are none that can be rendered. */
+TrackPlan planTrack(const MixTrack& track, int rate);
 
 /** The time of the output frame nearest to @p seconds; chosen so that rate
  *  times it gives the frame's number exactly wherever a double allows, since

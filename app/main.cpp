@@ -30,8 +30,11 @@ static const char* const kProgramNotes =
     "  tov convert voice.wav voice.aiff --bits 24\n"
     "  tov mix drums.wav --gain -3 bass.aiff --pan -0.4 --start 1.5 voice.wav --solo \\\n"
     "          -o mix.wav --rate 48000 --bits 24 --quality highest\n"
+    "  tov save shot.script drums.wav --gain -3 bass.aiff --start 1.5\n"
+    "  tov mix shot.script -o mix.wav\n"
     "\n"
     "Every track of a mix fades in and out over 20 ms.  \"tov mix --help\" tells all of it.\n"
+    "A session is a mix that a script of the host holds; it stands wherever a file does.\n"
     "Files are WAV (integer PCM) and AIFF (uncompressed), of 1 to 32 bits.";
 
 static void declareProgram(CLI::App& program)
@@ -48,14 +51,14 @@ static void declareProgram(CLI::App& program)
 {
   const std::vector<std::string> leftOver = program.remaining();
   if (leftOver.empty()) {
-    throw UsageError("a command is missing: info, convert, mix or demo");
+    throw UsageError("a command is missing: info, convert, mix, save or demo");
   }
   const std::string& word = leftOver.front();
   if (word.rfind('-', 0) == 0) {
     throw UsageError("there is no option " + word + suggestion(word, optionNamesOf(program)));
   }
   throw UsageError("there is no command \"" + word + "\"" +
-                   suggestion(word, {"info", "convert", "mix", "demo"}));
+                   suggestion(word, {"info", "convert", "mix", "save", "demo"}));
 }
 
 static int runParsed(const CLI::App& program, const std::vector<Command>& commands)
@@ -87,6 +90,7 @@ static int run(int argc, char** argv)
   const std::vector<Command> commands = {{declareInfo(program), runInfo},
                                          {declareConvert(program), runConvert},
                                          {declareMix(program), runMix},
+                                         {declareSave(program), runSave},
                                          {declareDemo(program), runDemo}};
   try {
     program.parse(argc, argv);

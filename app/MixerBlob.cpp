@@ -1,0 +1,164 @@
+#include "app/MixerBlob.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+constexpr std::size_t kTagBytes = 4;
+constexpr unsigned int kLatestMixer = 2;
+constexpr unsigned int kLatestFile = 0;
+
+/** A position in a blob; reading on behind its end gives zeros. */
+class BlobWalk {
+public:
+  explicit BlobWalk(const BlobBytes& blob) : bytes(blob) {}
+
+  bool isWhole() const { return !isShort; }
+  void skip(std::size_t count) { take(count); }
+
+  std::string tag()
+  {
+    const std::size_t at = take(kTagBytes);
+    return isShort ? std::string()
+                   : std::string(bytes.begin() + difference(at),
+                                 bytes.begin() + difference(at + kTagBytes));
+  }
+
+  unsigned int number(std::size_t count)
+  {
+    const std::size_t at = take(count);
+    unsigned int value = 0;
+    for (std::size_t i = 0; i < count && !isShort; ++i) {
+      value = value << 8 | bytes[at + i];
+    }
+    return value;
+  }
+
+  void skipText()
+  {
+    const auto end = std::find(bytes.begin() + difference(position), bytes.end(), 0);
+    skip(static_cast<std::size_t>(end - bytes.begin()) - position + 1);
+  }
+
+private:
+  static BlobBytes::difference_type difference(std::size_t i)
+  {
+    return static_cast<BlobBytes::difference_type>(i);
+  }
+
+  std::size_t take(std::size_t count)
+  {
+    isShort = isShort || bytes.size() - position < count;
+    const std::size_t at = position;
+    position = isShort ? bytes.size() : position + count;
+    return at;
+  }
+
+  const BlobBytes& bytes;
+  std::size_t position = 0;
+  bool isShort = false;
+};
+
+/** Mute and solo came with version 2, the time shift with version 1. */
+std::size_t recordBytes(unsigned int version)
+{
+  constexpr std::size_t kLevels = 12;
+  constexpr std::size_t kTimes = 16;
+  return kLevels + kTimes + (version >= 1 ? 8 : 0) + (version >= 2 ? 2 : 0);
+}
+
+/** Goes over a track's record; false where the walk must end there. */
+bool walkTrack(BlobWalk& walk, MixerBlobFindings& findings)
+{
+  walk.skip(recordBytes(findings.version));
+  const std::string tag = walk.tag();
+  const bool isFile = walk.isWhole() && tag == "AFIL";
+  const unsigned int version = isFile ? walk.number(4) : 0;
+  if (walk.isWhole() && (!isFile || version > kLatestFile)) {
+    findings.kind = MixerBlobFindings::otherInput;
+    findings.inputTag = tag;
+    return false;
+  }
+  walk.skipText();
+  walk.skip(4 + 8 + 8);
+  findings.tracks += walk.isWhole() ? 1 : 0;
+  return walk.isWhole();
+}
+
+/** Writes numbers as a blob has them. */
+class BlobText {
+public:
+  explicit BlobText(const char* tag) : bytes(tag, tag + kTagBytes) {}
+
+  template <typename Value>
+  BlobText& add(Value value)
+  {
+    bytes.resize(bytes.size() + sizeof value);
+    unsigned char* cursor = bytes.data() + bytes.size() - sizeof value;
+    TovAudioProvider::writeVal(&cursor, value);
+    return *this;
+  }
+
+  BlobText& addText(const std::string& text)
+  {
+    bytes.insert(bytes.end(), text.c_str(), text.c_str() + text.size() + 1);
+    return *this;
+  }
+
+  const BlobBytes& get() const { return bytes; }
+
+private:
+  BlobBytes bytes;
+};
+
+} // namespace
+
+MixerBlobFindings examineMixerBlob(const BlobBytes& blob)
+{
+  MixerBlobFindings findings;
+  BlobWalk walk(blob);
+  const std::string tag = walk.tag();
+  if (walk.isWhole() && tag != "AMXR") {
+    findings.kind = MixerBlobFindings::noMixer;
+    return findings;
+  }
+  findings.version = walk.number(4);
+  if (walk.isWhole() && findings.version > kLatestMixer) {
+    findings.kind = MixerBlobFindings::laterVersion;
+    return findings;
+  }
+  walk.skip(sizeof(float));
+  const unsigned int count = walk.number(2);
+  for (unsigned int i = 0; i < count; ++i) {
+    if (!walkTrack(walk, findings)) {
+      return findings;
+    }
+  }
+  findings.kind = walk.isWhole() ? MixerBlobFindings::readable : MixerBlobFindings::cutShort;
+  return findings;
+}
+
+BlobBytes blobOf(TovAudioProvider& provider)
+{
+  void* out = nullptr;
+  const int length = provider.serialize(&out);
+  const std::unique_ptr<unsigned char[]> owned(static_cast<unsigned char*>(out));
+  return length > 0 && out != nullptr ? BlobBytes(owned.get(), owned.get() + length) : BlobBytes();
+}
+
+void setFileSettings(TovAudioFile& file, const std::string& name, int playRate, double srcIn,
+                     double srcOut)
+{
+  BlobText blob("AFIL");
+  blob.add(kLatestFile).addText(name).add(static_cast<unsigned int>(playRate));
+  blob.add(srcIn).add(srcOut);
+  file.deserializeBounded(blob.get().data(), blob.get().size(), false);
+}
+
+void emptyWithGain(TovAudioMixer& mixer, float masterGain)
+{
+  BlobText blob("AMXR");
+  blob.add(kLatestMixer).add(masterGain).add(static_cast<unsigned short>(0));
+  mixer.deserializeBounded(blob.get().data(), blob.get().size(), false);
+}
