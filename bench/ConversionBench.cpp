@@ -77,9 +77,13 @@ void fileFormats(benchmark::internal::Benchmark* bench)
 {
   bench->ArgNames({"encoding", "bigEndian", "channels"});
   for (const int channels : {1, 2, 6})
-    for (const auto& [encoding, bigEndian] :
-         {std::pair{EncU8, 0}, {EncS16, 0}, {EncS24, 0}, {EncFloat32Scaled16, 0},
-          {EncS16, 1}, {EncS24, 1}, {EncS32, 1}})
+    for (const auto& [encoding, bigEndian] : {std::pair{EncU8, 0},
+                                              {EncS16, 0},
+                                              {EncS24, 0},
+                                              {EncFloat32Scaled16, 0},
+                                              {EncS16, 1},
+                                              {EncS24, 1},
+                                              {EncS32, 1}})
       bench->Args({encoding, bigEndian, channels});
 }
 

@@ -38,8 +38,8 @@ void ratePairs(benchmark::internal::Benchmark* bench)
 {
   bench->ArgNames({"quality", "from", "to", "frames"});
   for (const int quality : {0, 1, 2, 3})
-    for (const auto& [from, to] : {std::pair{44100, 48000}, {48000, 44100}, {96000, 48000},
-                                   {44100, 96000}})
+    for (const auto& [from, to] :
+         {std::pair{44100, 48000}, {48000, 44100}, {96000, 48000}, {44100, 96000}})
       for (const int frames : {4096, 1 << 18})
         bench->Args({quality, from, to, frames});
 }

@@ -1,6 +1,7 @@
 #include "core/TovAudioContext.h"
 
-TovAudioContext::TovAudioContext(int rate, int resamplingQuality, double timelineRate, double offset)
+TovAudioContext::TovAudioContext(int rate, int resamplingQuality, double timelineRate,
+                                 double offset)
     : sampleRate(rate), quality(resamplingQuality), frameRate(timelineRate), timeOffset(offset)
 {
 }

@@ -28,8 +28,8 @@
 
 /** Lets the compiler check the arguments of a printf-style function. */
 #if defined(__GNUC__)
-#  define TOV_PRINTF_FORMAT(formatIndex, firstArgument) \
-      __attribute__((format(printf, formatIndex, firstArgument)))
+#  define TOV_PRINTF_FORMAT(formatIndex, firstArgument)                                            \
+    __attribute__((format(printf, formatIndex, firstArgument)))
 #else
 #  define TOV_PRINTF_FORMAT(formatIndex, firstArgument)
 #endif

@@ -13,7 +13,7 @@
 class TOV_HOSTCORE_API TovFile {
 public:
   /** Bytes that uncFileName() may write, the closing 0 included. */
-  static const unsigned long kMaxPath = 16384;
+  static constexpr unsigned long kMaxPath = 16384;
 
   TovFile() noexcept;
   ~TovFile(); ///< closes

@@ -68,7 +68,10 @@ public:
   void set(int index, T value) { setElement(index, toWord(value)); }
 
 private:
-  static void* toWord(T value) { return reinterpret_cast<void*>(static_cast<std::intptr_t>(value)); }
+  static void* toWord(T value)
+  {
+    return reinterpret_cast<void*>(static_cast<std::intptr_t>(value));
+  }
 };
 
 /** TovNLVArray of pointers, for instance one buffer per channel

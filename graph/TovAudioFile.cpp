@@ -57,9 +57,9 @@ TovAudioFile::TovAudioFile()
 }
 
 TovAudioFile::TovAudioFile(const TovAudioFile& other)
-    : TovAudioProvider(other), reader(nullptr), fileName(nullptr), filePath(nullptr),
-      sourceFormat{}, playbackRate(other.playbackRate), srcIn(other.srcIn), srcOut(other.srcOut),
-      errorFlag(1), readerLock(0), openRate(0), isOpenRateKnown(false)
+    : TovAudioProvider(other), reader(nullptr), fileName(nullptr),
+      filePath(nullptr), sourceFormat{}, playbackRate(other.playbackRate), srcIn(other.srcIn),
+      srcOut(other.srcOut), errorFlag(1), readerLock(0), openRate(0), isOpenRateKnown(false)
 {
   std::unique_ptr<char[]> name;
   {
@@ -326,8 +326,7 @@ int TovAudioFile::planSpan(Span& span, const TovAudioIOFormat& format,
     return 1;
 
   span.position = tovSaturatingSum(span.position, base);
-  span.readableEnd =
-      std::min<long long>(std::max(outIndex, span.position), format.frameCount);
+  span.readableEnd = std::min<long long>(std::max(outIndex, span.position), format.frameCount);
   const bool isOutside = tovSaturatingSum(span.position, span.frames) < 0 ||
                          span.readableEnd <= span.position || format.frameCount == 0;
   return isOutside ? 5 : 0;

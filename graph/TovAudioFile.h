@@ -103,8 +103,8 @@ private:
                double t0, double t1) const;
   bool planConversion(Span& span, const TovAudioContext& inner, const TovAudioContext& context,
                       double t0, double t1) const;
-  int render(const Span& span, const TovNLPArray<float>& buffers,
-             const TovNLArray<int>& channelMap, const TovAudioContext& context);
+  int render(const Span& span, const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
+             const TovAudioContext& context);
 
   TovAudioReader* reader;        ///< owned; protected by readerLock
   char* fileName;                ///< owned; written under both locks

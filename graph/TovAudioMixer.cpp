@@ -127,8 +127,8 @@ int TovAudioMixer::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<
 }
 
 int TovAudioMixer::getAudioNoLock(const TovNLPArray<float>& buffers,
-                                  const TovNLArray<int>& channelMap,
-                                  const TovAudioContext& context, double t0, double t1)
+                                  const TovNLArray<int>& channelMap, const TovAudioContext& context,
+                                  double t0, double t1)
 {
   constexpr int kScratchBlocks = 2;
 
@@ -140,8 +140,8 @@ int TovAudioMixer::getAudioNoLock(const TovNLPArray<float>& buffers,
   if (getNumTracksNoLock() > 0)
     allocSampleBuffers(std::max(channelMap.getCount(), kScratchBlocks), frames);
 
-  const Request request{buffers, channelMap, context, t0, t1, frames,
-                        TovPcm::dBToFactor(TovPcm::kSilenceDB), isSoloOn()};
+  const float silent = TovPcm::dBToFactor(TovPcm::kSilenceDB);
+  const Request request{buffers, channelMap, context, t0, t1, frames, silent, isSoloOn()};
   int mixed = 0;
   for (int i = 0; i < getNumTracksNoLock(); ++i)
     if (mixTrack(*getTrackNoLock(i), request, mixed == 0))
@@ -154,8 +154,8 @@ bool TovAudioMixer::mixTrack(const TovAudioTrack& track, const Request& request,
 {
   const TovAudioContext& context = request.context;
   const double ts = track.getStartTime();
-  const double te = track.getEndTime() < ts + kShortestTrack ? request.t1 + fadeOutTime
-                                                             : track.getEndTime();
+  const double te =
+      track.getEndTime() < ts + kShortestTrack ? request.t1 + fadeOutTime : track.getEndTime();
   if (!(request.t0 < te && ts < request.t1))
     return false;
 
@@ -200,9 +200,8 @@ bool TovAudioMixer::mixTrack(const TovAudioTrack& track, const Request& request,
   if (a < ts + fadeInTime) { // Step (4)
     const float step = 1.0f / static_cast<float>(getSampleIndex(context, fadeInTime));
     const long long k0 = ts < a ? getSampleIndex(context, a - ts) : 0;
-    const long long n =
-        std::clamp(getSampleIndex(context, std::min(ts + fadeInTime - a, fadeInTime)), 0LL,
-                   scratch.frames);
+    const long long n = std::clamp(
+        getSampleIndex(context, std::min(ts + fadeInTime - a, fadeInTime)), 0LL, scratch.frames);
     TovKernels::applyRamp(scratch.left, scratch.right, static_cast<float>(k0) * step, step, n);
   }
   if (te - fadeOutTime < b) { // Step (5)
@@ -388,8 +387,8 @@ float TovAudioMixer::getMasterGain() const
 }
 
 template <typename Value>
-void TovAudioMixer::setTrackValue(TovAudioProvider* provider,
-                                  void (TovAudioTrack::*setter)(Value), Value value)
+void TovAudioMixer::setTrackValue(TovAudioProvider* provider, void (TovAudioTrack::*setter)(Value),
+                                  Value value)
 {
   {
     const LockedProvider locked(*this);

@@ -193,8 +193,8 @@ private:
   TovPArray<void> callbackData;     ///< same index; protected by callbackLock
   mutable unsigned int providerLock;
   unsigned int bufferLock;
-  unsigned int callbackLock;             ///< innermost: nothing is called with it held
-  Notification* notifications;           ///< running ones, newest first; protected by callbackLock
+  unsigned int callbackLock;   ///< innermost: nothing is called with it held
+  Notification* notifications; ///< running ones, newest first; protected by callbackLock
   mutable std::atomic<bool> providerLockAbandoned;
 };
 

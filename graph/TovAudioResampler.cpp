@@ -147,8 +147,8 @@ int TovAudioResampler::deactivate()
 // --- Rendering ------------------------------------------------------------
 
 int TovAudioResampler::getAudio(const TovNLPArray<float>& buffers,
-                                const TovNLArray<int>& channelMap,
-                                const TovAudioContext& context, double t0, double t1)
+                                const TovNLArray<int>& channelMap, const TovAudioContext& context,
+                                double t0, double t1)
 {
   const LockedProvider locked(*this);
   const HeldInput held(*this);
@@ -182,10 +182,9 @@ int TovAudioResampler::resampleInput(TovAudioProvider& provider, const TovNLPArr
   const double ta = getTimeOfSample(inner, first);
   const double tb = getTimeOfSample(inner, tovSaturatingSum(last, 1));
   // At times that are coarser than frames the input's own count may be larger.
-  const long long frames =
-      std::max({tovSaturatingSum(tovSaturatingDifference(last, first), 1),
-                getNumSampleFrames(inner, ta, tb),
-                lastPosition(outFrames, phase, sourceRate / outRate) + 2 * handles});
+  const long long frames = std::max(
+      {tovSaturatingSum(tovSaturatingDifference(last, first), 1), getNumSampleFrames(inner, ta, tb),
+       lastPosition(outFrames, phase, sourceRate / outRate) + 2 * handles});
   if (outFrames > kMostRequestFrames || frames > kMostRequestFrames)
     return 1;
   // Only at times that no clock has, where indices saturate.

@@ -70,7 +70,7 @@ private:
                     double t1);
   static int buildDetachedInput(const unsigned char* blob, std::size_t size, bool append);
 
-  TovAudioProvider* input; ///< counted reference; written under both locks
-  int sourceRate;          ///< protected by providerLock
+  TovAudioProvider* input;        ///< counted reference; written under both locks
+  int sourceRate;                 ///< protected by providerLock
   mutable unsigned int inputLock; ///< innermost, held for moments
 };

@@ -38,22 +38,73 @@ TovAudioTrack::~TovAudioTrack()
     provider->dereference();
 }
 
-TovAudioProvider* TovAudioTrack::getProvider() const { return provider; }
+TovAudioProvider* TovAudioTrack::getProvider() const
+{
+  return provider;
+}
 
-bool TovAudioTrack::getMute() const { return mute; }
-bool TovAudioTrack::getSolo() const { return solo; }
-float TovAudioTrack::getGain() const { return gain; }
-float TovAudioTrack::getPan() const { return pan; }
-float TovAudioTrack::getWide() const { return wide; }
-double TovAudioTrack::getStartTime() const { return startTime; }
-double TovAudioTrack::getEndTime() const { return endTime; }
-double TovAudioTrack::getTimeShift() const { return timeShift; }
+bool TovAudioTrack::getMute() const
+{
+  return mute;
+}
+bool TovAudioTrack::getSolo() const
+{
+  return solo;
+}
+float TovAudioTrack::getGain() const
+{
+  return gain;
+}
+float TovAudioTrack::getPan() const
+{
+  return pan;
+}
+float TovAudioTrack::getWide() const
+{
+  return wide;
+}
+double TovAudioTrack::getStartTime() const
+{
+  return startTime;
+}
+double TovAudioTrack::getEndTime() const
+{
+  return endTime;
+}
+double TovAudioTrack::getTimeShift() const
+{
+  return timeShift;
+}
 
-void TovAudioTrack::setMute(bool value) { mute = value; }
-void TovAudioTrack::setSolo(bool value) { solo = value; }
-void TovAudioTrack::setGain(float value) { gain = std::clamp(value, 0.0f, 8.0f); }
-void TovAudioTrack::setPan(float value) { pan = std::clamp(value, -1.0f, 1.0f); }
-void TovAudioTrack::setWide(float value) { wide = std::clamp(value, -1.0f, 1.0f); }
-void TovAudioTrack::setStartTime(double seconds) { startTime = seconds; }
-void TovAudioTrack::setEndTime(double seconds) { endTime = seconds; }
-void TovAudioTrack::setTimeShift(double seconds) { timeShift = seconds; }
+void TovAudioTrack::setMute(bool value)
+{
+  mute = value;
+}
+void TovAudioTrack::setSolo(bool value)
+{
+  solo = value;
+}
+void TovAudioTrack::setGain(float value)
+{
+  gain = std::clamp(value, 0.0f, 8.0f);
+}
+void TovAudioTrack::setPan(float value)
+{
+  pan = std::clamp(value, -1.0f, 1.0f);
+}
+void TovAudioTrack::setWide(float value)
+{
+  wide = std::clamp(value, -1.0f, 1.0f);
+}
+void TovAudioTrack::setStartTime(double seconds)
+{
+  startTime = seconds;
+}
+void TovAudioTrack::setEndTime(double seconds)
+{
+  endTime = seconds;
+}
+void TovAudioTrack::setTimeShift(double seconds)
+{
+  timeShift = seconds;
+}

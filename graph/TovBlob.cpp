@@ -169,11 +169,26 @@ void TovBlobWriter::writePrimitive(Value value)
   TovAudioProvider::writeVal(&cursor, value);
 }
 
-void TovBlobWriter::writeFlag(bool value) { bytes.push_back(value ? 1 : 0); }
-void TovBlobWriter::write(unsigned short value) { writePrimitive(value); }
-void TovBlobWriter::write(unsigned int value) { writePrimitive(value); }
-void TovBlobWriter::write(float value) { writePrimitive(value); }
-void TovBlobWriter::write(double value) { writePrimitive(value); }
+void TovBlobWriter::writeFlag(bool value)
+{
+  bytes.push_back(value ? 1 : 0);
+}
+void TovBlobWriter::write(unsigned short value)
+{
+  writePrimitive(value);
+}
+void TovBlobWriter::write(unsigned int value)
+{
+  writePrimitive(value);
+}
+void TovBlobWriter::write(float value)
+{
+  writePrimitive(value);
+}
+void TovBlobWriter::write(double value)
+{
+  writePrimitive(value);
+}
 
 void TovBlobWriter::write(const void* source, std::size_t count)
 {

@@ -114,7 +114,7 @@ struct TovMixerBlob {
 
   float masterGain;
   std::vector<TovMixerTrackBlob> tracks; ///< the last one is rejected where the verdict says so
-  std::size_t consumed;      ///< bytes up to the end, or to the rejected file blob
+  std::size_t consumed;                  ///< bytes up to the end, or to the rejected file blob
 
   enum Verdict {
     Good,

@@ -101,8 +101,8 @@ int TovCompressor::compressBuffer(TovBuffer& buffer, int length)
   for (std::size_t i = 0; i < kLengthBytes; ++i)
     packed[i] = static_cast<unsigned char>(dataBytes >> (8 * (kLengthBytes - 1 - i)) & 0xff);
   const unsigned char nothing = 0;
-  if (compress2(packed.data() + kLengthBytes, &streamBytes,
-                dataBytes ? buffer.getData() : &nothing, dataBytes, Z_BEST_COMPRESSION) != Z_OK)
+  if (compress2(packed.data() + kLengthBytes, &streamBytes, dataBytes ? buffer.getData() : &nothing,
+                dataBytes, Z_BEST_COMPRESSION) != Z_OK)
     return 1;
   packed.resize(kLengthBytes + streamBytes);
 

@@ -65,5 +65,6 @@ void TovPlug::store(const char* value)
   const double number = value ? numberOf(value) : 0.0;
   intValue.store(saturated(number), std::memory_order_relaxed);
   constexpr double kMost = std::numeric_limits<float>::max();
-  floatValue.store(static_cast<float>(std::clamp(number, -kMost, kMost)), std::memory_order_relaxed);
+  floatValue.store(static_cast<float>(std::clamp(number, -kMost, kMost)),
+                   std::memory_order_relaxed);
 }

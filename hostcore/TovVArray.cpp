@@ -9,7 +9,8 @@ struct TovVArray::Store {
 
 constinit const TovVArray TovVArray::null;
 
-TovVArray::TovVArray(const TovVArray& other) : store(other.store ? new Store(*other.store) : nullptr)
+TovVArray::TovVArray(const TovVArray& other)
+    : store(other.store ? new Store(*other.store) : nullptr)
 {
 }
 

@@ -46,8 +46,9 @@ TovAiffWriter::~TovAiffWriter()
 int TovAiffWriter::initialize(const char* path, const TovAudioIOFormat& wanted)
 {
   // Deliberate: the messages name the WAV writer, and are not the same as its own.
-  if (!isPossible(wanted, "%ETovWavWriter: error, sample rate specficied as zero\n",
-                  "%WTovWavWriter: some applications do not recognize Audio IFF files with > 2 channels\n"))
+  if (!isPossible(
+          wanted, "%ETovWavWriter: error, sample rate specficied as zero\n",
+          "%WTovWavWriter: some applications do not recognize Audio IFF files with > 2 channels\n"))
     return 1;
 
   constexpr TovSampleEncoding kEncodings[] = {EncS8, EncS16, EncS24, EncS32};
@@ -71,7 +72,7 @@ bool TovAiffWriter::writeHeader(const TovAudioIOFormat& record)
 {
   unsigned char header[kHeaderBytes];
   unsigned char* cursor = header;
-  const auto putChunk = [&](const char (&id)[5], std::uint32_t size) {
+  const auto putChunk = [&](const char(&id)[5], std::uint32_t size) {
     fillMemWithDesc(cursor, {{id[0], id[1], id[2], id[3]}, size});
     cursor += 8;
   };
@@ -84,7 +85,7 @@ bool TovAiffWriter::writeHeader(const TovAudioIOFormat& record)
   tovWriteBigEndian(cursor, 0, 4); // frames, filled in by close()
   tovWriteBigEndian(cursor, record.bytesPerSample * 8, 2);
   writeRate(cursor, record.sampleRate);
-  putChunk("SSND", 0);          // likewise
+  putChunk("SSND", 0);             // likewise
   tovWriteBigEndian(cursor, 0, 4); // offset
   tovWriteBigEndian(cursor, 0, 4); // block size
   return file.write(header, kHeaderBytes) == kHeaderBytes;

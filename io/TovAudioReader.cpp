@@ -38,8 +38,8 @@ int TovAudioReader::readFirstChannel(float* out, long long start, long long coun
 }
 
 int TovAudioReader::readFrames(bool isOpen, TovFile& file, long long dataOffset,
-                               const TovNLPArray<float>& outputs,
-                               const TovNLArray<int>& channels, long long start, long long count)
+                               const TovNLPArray<float>& outputs, const TovNLArray<int>& channels,
+                               long long start, long long count)
 {
   if (!isOpen)
     return 1;

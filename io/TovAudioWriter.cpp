@@ -40,8 +40,9 @@ bool TovAudioWriter::isPossible(const TovAudioIOFormat& wanted, const char* rate
 TovAudioIOFormat TovAudioWriter::recordOf(const TovAudioIOFormat& wanted,
                                           TovSampleEncoding encoding, bool bigEndian)
 {
-  return {FormatValid,       static_cast<std::uint32_t>(encoding), wanted.bytesPerSample,
-          bigEndian ? 1u : 0u, wanted.sampleRate,                  wanted.frameCount,
+  return {FormatValid,           static_cast<std::uint32_t>(encoding),
+          wanted.bytesPerSample, bigEndian ? 1u : 0u,
+          wanted.sampleRate,     wanted.frameCount,
           wanted.channels};
 }
 

@@ -86,12 +86,9 @@ int TovWavReader::getFileSpec(TovAudioIOFormat* format)
 
   constexpr TovSampleEncoding kEncodings[] = {EncU8, EncS16, EncS24, EncFloat32Scaled16};
   const std::uint32_t bytesPerSample = (fmt.bitsPerSample + 7u) / 8u;
-  *format = {FormatValid,
-             static_cast<std::uint32_t>(kEncodings[bytesPerSample - 1]),
-             bytesPerSample,
-             0,
-             fmt.sampleRate,
-             dataSize / bytesPerSample / fmt.channels,
+  *format = {FormatValid,    static_cast<std::uint32_t>(kEncodings[bytesPerSample - 1]),
+             bytesPerSample, 0,
+             fmt.sampleRate, dataSize / bytesPerSample / fmt.channels,
              fmt.channels};
   return 0;
 }

@@ -30,7 +30,7 @@ public:
                            long long* dataSize);
 
 private:
-  bool isOpen;          ///< a file was opened and its header accepted
+  bool isOpen; ///< a file was opened and its header accepted
   TovFile file;
   TovWavFmtChunk fmt;   ///< kept when closed
   long long dataOffset; ///< byte position of the first sample

@@ -29,13 +29,13 @@ TovWavWriter::~TovWavWriter()
 
 int TovWavWriter::initialize(const char* path, const TovAudioIOFormat& wanted)
 {
-  if (!isPossible(wanted, "%ETovWavWriter: error, illegal sample rate specified\n",
-                  "%WTovWavWriter: most applications do not recognize WAV files with > 2 channels\n"))
+  if (!isPossible(
+          wanted, "%ETovWavWriter: error, illegal sample rate specified\n",
+          "%WTovWavWriter: most applications do not recognize WAV files with > 2 channels\n"))
     return 1;
 
   constexpr TovSampleEncoding kEncodings[] = {EncU8, EncS16, EncS24, EncFloat32Scaled16};
-  const TovAudioIOFormat record =
-      recordOf(wanted, kEncodings[wanted.bytesPerSample - 1], false);
+  const TovAudioIOFormat record = recordOf(wanted, kEncodings[wanted.bytesPerSample - 1], false);
   close();
   if (file.open(path, "wb") == -1)
     return 1;
@@ -55,7 +55,7 @@ bool TovWavWriter::writeHeader(const TovAudioIOFormat& record)
   const std::uint32_t bytesPerFrame = record.channels * record.bytesPerSample;
   unsigned char header[kHeaderBytes];
   unsigned char* cursor = header;
-  const auto putChunk = [&](const char (&id)[5], std::uint32_t size) {
+  const auto putChunk = [&](const char(&id)[5], std::uint32_t size) {
     fillMemWithDesc(cursor, {{id[0], id[1], id[2], id[3]}, size});
     cursor += 8;
   };

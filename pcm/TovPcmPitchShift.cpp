@@ -102,8 +102,8 @@ long long outputFrames(int outRate, int inRate, long long outFrames, long long i
 long long TovPcm::resampleWithPitchShift(float* out, const float* in, int outRate, int inRate,
                                          long long outFrames, long long inFrames, float pitch)
 {
-  const bool isPossible = outRate >= 1 && inRate >= 1 && outFrames > 0 && inFrames > 0 &&
-                          std::isfinite(pitch);
+  const bool isPossible =
+      outRate >= 1 && inRate >= 1 && outFrames > 0 && inFrames > 0 && std::isfinite(pitch);
   const long long count = isPossible ? outputFrames(outRate, inRate, outFrames, inFrames) : 0;
   const double step = isPossible ? static_cast<double>(inRate) / outRate : 0.0;
   const double last = static_cast<double>(inFrames) - 1.0;
@@ -117,8 +117,9 @@ long long TovPcm::resampleWithPitchShift(float* out, const float* in, int outRat
 
   const int hits = splicer.hitCount();
   const int splices = splicer.spliceCount();
-  const float percent = splices > 0 ? static_cast<float>(hits) / static_cast<float>(splices) * 100.0f
-                                    : std::numeric_limits<float>::quiet_NaN();
+  const float percent = splices > 0
+                            ? static_cast<float>(hits) / static_cast<float>(splices) * 100.0f
+                            : std::numeric_limits<float>::quiet_NaN();
   std::printf("Hits: %d/%d (%5.2f%%)\n", hits, splices, static_cast<double>(percent));
   return count;
 }

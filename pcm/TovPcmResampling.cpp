@@ -147,7 +147,7 @@ void TovPcm::resample(int quality, float* out, const float* in, int outRate, int
   } else {
     const float ratioF = static_cast<float>(outRate) / static_cast<float>(inRate);
     TovKernels::resampleDown(out, in, wing, ratio, ratioF, step, position,
-                 resamplerHandles(quality, outRate, inRate), frames);
+                             resamplerHandles(quality, outRate, inRate), frames);
   }
 }
 

@@ -15,7 +15,7 @@ void TovKernels::amplify(float* out, const float* in, float factor, long long fr
 }
 
 void TovKernels::subtractRightFromLeft(float* outLeft, float* outRight, const float* inLeft,
-                           const float* inRight, long long frames)
+                                       const float* inRight, long long frames)
 {
   for (long long i = 0; i < frames; ++i) {
     const float difference = inLeft[i] - inRight[i];
@@ -33,7 +33,8 @@ void TovKernels::applyRamp(float* left, float* right, float factor, float step, 
   }
 }
 
-void TovKernels::storeMix(float* out, const float* left, const float* right, MixGains gains, long long frames)
+void TovKernels::storeMix(float* out, const float* left, const float* right, MixGains gains,
+                          long long frames)
 {
   if (gains.fromLeft != 0.0f && gains.fromRight != 0.0f)
     for (long long i = 0; i < frames; ++i)
@@ -46,7 +47,8 @@ void TovKernels::storeMix(float* out, const float* left, const float* right, Mix
     fillSilence(out, frames);
 }
 
-void TovKernels::addMix(float* out, const float* left, const float* right, MixGains gains, long long frames)
+void TovKernels::addMix(float* out, const float* left, const float* right, MixGains gains,
+                        long long frames)
 {
   if (gains.fromLeft != 0.0f && gains.fromRight != 0.0f)
     for (long long i = 0; i < frames; ++i)

@@ -39,8 +39,10 @@ std::uint32_t loadCode(const unsigned char* bytes)
   if constexpr (kBytes == 1) {
     return bytes[0];
   } else if constexpr (kBytes == 3) {
-    return kBigEndian ? static_cast<std::uint32_t>(bytes[0]) << 16 | static_cast<std::uint32_t>(bytes[1]) << 8 | bytes[2]
-                      : static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[1]) << 8 | bytes[0];
+    return kBigEndian ? static_cast<std::uint32_t>(bytes[0]) << 16 |
+                            static_cast<std::uint32_t>(bytes[1]) << 8 | bytes[2]
+                      : static_cast<std::uint32_t>(bytes[2]) << 16 |
+                            static_cast<std::uint32_t>(bytes[1]) << 8 | bytes[0];
   } else {
     std::conditional_t<kBytes == 2, std::uint16_t, std::uint32_t> code;
     std::memcpy(&code, bytes, sizeof code);
@@ -98,13 +100,16 @@ float clampedSample(float sample)
 
 // --- One sample -----------------------------------------------------------
 
-constexpr float kScale7 = 0.0078125f;              // 2^-7
-constexpr float kScale15 = 3.0517578125e-05f;      // 2^-15
+constexpr float kScale7 = 0.0078125f;               // 2^-7
+constexpr float kScale15 = 3.0517578125e-05f;       // 2^-15
 constexpr float kScale23 = 1.1920928955078125e-07f; // 2^-23
-constexpr float kScale31 = 4.656612873077393e-10f; // 2^-31
+constexpr float kScale31 = 4.656612873077393e-10f;  // 2^-31
 
 template <unsigned int kEncoding>
-constexpr int kBytesOf = kEncoding <= EncU8 ? 1 : kEncoding <= EncU16 ? 2 : kEncoding <= EncU24 ? 3 : 4;
+constexpr int kBytesOf = kEncoding <= EncU8    ? 1
+                         : kEncoding <= EncU16 ? 2
+                         : kEncoding <= EncU24 ? 3
+                                               : 4;
 
 /** The float's bits, so that a stored NaN comes through unchanged. */
 template <unsigned int kEncoding, bool kBigEndian>
@@ -121,8 +126,10 @@ std::uint32_t decoded(const unsigned char* bytes)
     return kBigEndian ? byteSwapped(scaledBits) : scaledBits;
   } else {
     constexpr bool kUnsigned = kEncoding % 2 == 1;
-    constexpr float kScale =
-        kBytes == 1 ? kScale7 : kBytes == 2 ? kScale15 : kBytes == 3 ? kScale23 : kScale31;
+    constexpr float kScale = kBytes == 1   ? kScale7
+                             : kBytes == 2 ? kScale15
+                             : kBytes == 3 ? kScale23
+                                           : kScale31;
     const std::uint32_t code = loadCode<kBytes, kBigEndian>(bytes);
     const float value = kUnsigned ? static_cast<float>(code) * kScale - 1.0f
                                   : static_cast<float>(signExtended<kBytes>(code)) * kScale;
@@ -204,8 +211,10 @@ constexpr TovKernels::Conversion conversionOf()
 }
 
 constexpr TovKernels::Conversion kConversions[] = {
-    conversionOf<EncS8>(),  conversionOf<EncU8>(),  conversionOf<EncS16>(),     conversionOf<EncU16>(),
-    conversionOf<EncS24>(), conversionOf<EncU24>(), conversionOf<EncS32>(),     conversionOf<EncU32>(),
+    conversionOf<EncS8>(),      conversionOf<EncU8>(),
+    conversionOf<EncS16>(),     conversionOf<EncU16>(),
+    conversionOf<EncS24>(),     conversionOf<EncU24>(),
+    conversionOf<EncS32>(),     conversionOf<EncU32>(),
     conversionOf<EncFloat32>(), conversionOf<EncFloat32Scaled16>()};
 
 } // namespace

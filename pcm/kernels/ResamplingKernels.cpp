@@ -72,22 +72,23 @@ void TovKernels::resampleByHold(float* out, const float* in, long long step, lon
   }
 }
 
-void TovKernels::resampleUp(float* out, const float* in, const FilterWing& wing, double step, double phase,
-                long long frames)
+void TovKernels::resampleUp(float* out, const float* in, const FilterWing& wing, double step,
+                            double phase, long long frames)
 {
   double x = phase;
   for (long long n = 0; n < frames; ++n) {
     const double c = std::ceil(x); // Step (1)
     const float d = static_cast<float>(c - x);
     const float* const right = in + static_cast<std::ptrdiff_t>(c);
-    const float sum = addWing(0.0f, wing, d, right, 1);  // Step (2)
+    const float sum = addWing(0.0f, wing, d, right, 1);   // Step (2)
     out[n] = addWing(sum, wing, 1.0f - d, right - 1, -1); // Step (3)
     x += step;
   }
 }
 
-void TovKernels::resampleDown(float* out, const float* in, const FilterWing& wing, double ratio, float ratioF,
-                  double step, double phase, long long handles, long long frames)
+void TovKernels::resampleDown(float* out, const float* in, const FilterWing& wing, double ratio,
+                              float ratioF, double step, double phase, long long handles,
+                              long long frames)
 {
   double x = phase;
   for (long long n = 0; n < frames; ++n) {
