@@ -56,11 +56,11 @@ TovAudioFile::TovAudioFile()
 {
 }
 
-TovAudioFile::TovAudioFile(const TovAudioFile& other)
-    : TovAudioProvider(other), reader(nullptr), fileName(nullptr),
-      filePath(nullptr), sourceFormat{}, playbackRate(other.playbackRate), srcIn(other.srcIn),
-      srcOut(other.srcOut), errorFlag(1), readerLock(0), openRate(0), isOpenRateKnown(false)
+TovAudioFile::TovAudioFile(const TovAudioFile& other) : TovAudioFile()
 {
+  playbackRate = other.playbackRate;
+  srcIn = other.srcIn;
+  srcOut = other.srcOut;
   std::unique_ptr<char[]> name;
   {
     const TovLockGuard guard(other.readerLock);
@@ -98,7 +98,12 @@ int TovAudioFile::setFileNameNoLock(const char* name)
   // Made before the old strings go: name may be the old one.
   std::unique_ptr<char[]> newName = copyOf(name);
   char path[TovFile::kMaxPath];
-  TovFile::uncFileName(path, TovFile::replaceEnvVars(TovName::getString(name)).c_str());
+  // No path is longer; replacing all that a longer name may hold could cost any
+  // amount of memory.
+  TovName resolved = TovName::getString(name);
+  if (resolved.getLength() < TovFile::kMaxPath)
+    resolved = TovFile::replaceEnvVars(resolved);
+  TovFile::uncFileName(path, resolved.c_str());
   std::unique_ptr<char[]> newPath = copyOf(path);
 
   const TovLockGuard guard(readerLock);
@@ -153,6 +158,7 @@ int TovAudioFile::failNoReaderLock(int status)
 {
   delete reader;
   reader = nullptr;
+  isOpenRateKnown = false;
   errorFlag = 1;
   return status;
 }
@@ -309,7 +315,7 @@ int TovAudioFile::planSpan(Span& span, const TovAudioIOFormat& format,
   const long long outIndex = getSampleIndex(inner, scale * srcOut);
   const long long base = tovSaturatingSum(inIndex, getSampleIndex(inner, -context.timeOffset));
 
-  span.outFrames = getNumSampleFrames(context, t0, t1);
+  span.outFrames = std::max(getNumSampleFrames(context, t0, t1), 0LL);
   if (span.outFrames > kMostRequestFrames)
     return 1;
   span.isConverted = playbackRate != context.sampleRate;

@@ -23,7 +23,7 @@ public:
   TovAudioFile();
 
   /** Opens the other's file for itself, with the other's playback rate,
-   *  srcIn and srcOut. */
+   *  srcIn and srcOut, which must not change meanwhile. */
   TovAudioFile(const TovAudioFile& other);
 
   TovAudioProvider* clone() const override;

@@ -64,10 +64,8 @@ TovAudioMixer::TovAudioMixer() : deserializeCallback(nullptr), deserializeCallba
   initialize();
 }
 
-TovAudioMixer::TovAudioMixer(const TovAudioMixer& other)
-    : TovAudioProvider(other), deserializeCallback(nullptr), deserializeCallbackData(nullptr)
+TovAudioMixer::TovAudioMixer(const TovAudioMixer& other) : TovAudioMixer()
 {
-  initialize();
   masterGain = other.masterGain;
   fadeInTime = other.fadeInTime;
   fadeOutTime = other.fadeOutTime;

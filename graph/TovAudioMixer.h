@@ -66,7 +66,8 @@ public:
    *
    *  Returns the bytes read; 0 for no blob, another tag or another version.  A
    *  track whose blob its file provider rejects empties the mixer, is reported
-   *  through TovSys::error() and ends the reading. */
+   *  through TovSys::error() and ends the reading; what was read then ends
+   *  where that blob begins. */
   int deserialize(const void* blob, bool append) override;
 
   /** The same for a blob of @p size bytes: nothing outside them is read.  A

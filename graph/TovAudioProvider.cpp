@@ -40,9 +40,44 @@ void writeBigEndian(unsigned char** cursor, Unsigned value)
 
 /** One run of callNotifyCallbacks(), which the list's changes keep in step. */
 struct TovAudioProvider::Notification {
-  int next;            ///< index of the entry to call next
-  int end;             ///< behind the last entry to call
-  Notification* outer; ///< the run begun before this one and not ended yet
+  explicit Notification(TovAudioProvider& p) : provider(p)
+  {
+    const TovLockGuard list(provider.callbackLock);
+    end = provider.callbackCount;
+    outer = provider.notifications;
+    provider.notifications = this;
+  }
+
+  /** Also where a callback throws.  Runs of several threads need not end in
+   *  the order they began. */
+  ~Notification()
+  {
+    const TovLockGuard list(provider.callbackLock);
+    Notification** link = &provider.notifications;
+    while (*link != this)
+      link = &(*link)->outer;
+    *link = outer;
+  }
+
+  Notification(const Notification&) = delete;
+  Notification& operator=(const Notification&) = delete;
+
+  /** The next entry to call, if there is one. */
+  bool take(NotifyCallback& function, void*& data)
+  {
+    const TovLockGuard list(provider.callbackLock);
+    if (next >= end)
+      return false;
+    function = provider.callbackFuncs[next];
+    data = provider.callbackData[static_cast<unsigned long>(next)];
+    ++next;
+    return true;
+  }
+
+  TovAudioProvider& provider;
+  int next = 0;                  ///< index of the entry to call next
+  int end = 0;                   ///< behind the last entry to call
+  Notification* outer = nullptr; ///< the run begun before this one and not ended yet
 };
 
 TovAudioProvider::TovAudioProvider()
@@ -195,24 +230,11 @@ void TovAudioProvider::eraseCallback(int index)
 
 void TovAudioProvider::callNotifyCallbacks()
 {
-  Notification run;
-  TovLock::acquire(callbackLock);
-  run = {0, callbackCount, notifications};
-  notifications = &run;
-  while (run.next < run.end) {
-    const NotifyCallback function = callbackFuncs[run.next];
-    void* const data = callbackData[static_cast<unsigned long>(run.next)];
-    ++run.next;
-    TovLock::release(callbackLock);
+  Notification run(*this);
+  NotifyCallback function = nullptr;
+  void* data = nullptr;
+  while (run.take(function, data))
     function(data);
-    TovLock::acquire(callbackLock);
-  }
-  // Runs of several threads need not end in the order they began.
-  Notification** link = &notifications;
-  while (*link != &run)
-    link = &(*link)->outer;
-  *link = run.outer;
-  TovLock::release(callbackLock);
 }
 
 // --- Sharing and locking --------------------------------------------------

@@ -17,7 +17,7 @@
  *    know that no other thread can reach the object).
  *  - bufferLock guards the allocation of the sample buffers.
  *  An outer provider's lock is taken before its input's, never the other way
- *  round.  No notification is sent with a lock held.
+ *  round.  No notification is sent with the sender's lock held.
  *
  *  Ownership: shared by reference count.  A new provider has one reference,
  *  its creator's, and dies with dereference() of the last one.

@@ -172,7 +172,7 @@ int TovAudioResampler::resampleInput(TovAudioProvider& provider, const TovNLPArr
   const double te = static_cast<double>(getSampleIndex(context, t1)) / outRate;
   const long long s0 = getSampleIndex(inner, ts);
   const long long s1 = getSampleIndex(inner, te);
-  const long long outFrames = getNumSampleFrames(context, t0, t1);
+  const long long outFrames = std::max(getNumSampleFrames(context, t0, t1), 0LL);
   const long long handles =
       1LL + TovPcm::resamplerHandles(context.quality, context.sampleRate, sourceRate);
   const float phase = static_cast<float>(sourceRate * ts - static_cast<double>(s0));

@@ -201,9 +201,10 @@ void TovBlobWriter::writeBlobOf(TovAudioProvider& provider)
 {
   void* blob = nullptr;
   const int length = provider.serialize(&blob);
+  if (length <= 0 || !blob)
+    return;
   const std::unique_ptr<unsigned char[]> owned(static_cast<unsigned char*>(blob));
-  if (length > 0 && blob)
-    write(blob, static_cast<std::size_t>(length));
+  write(blob, static_cast<std::size_t>(length));
 }
 
 int TovBlobWriter::finish(void** out) const

@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kCommandFormat[] = "%s(\"%s\");\n";
 
-std::once_flag masterMixerOnce;
+std::mutex masterMixerMutex;
 
 /** The mixer's settings as text; false where it gives none. */
 bool settingsText(TovAudioMixer& mixer, TovBuffer& text)
@@ -46,10 +46,11 @@ constinit TovAudioMixer* TovAudioMixer::_masterMixer = nullptr;
 
 TovAudioMixer* TovAudioMixer::getMasterMixer()
 {
-  std::call_once(masterMixerOnce, [] {
+  const std::lock_guard<std::mutex> guard(masterMixerMutex);
+  if (!_masterMixer) {
     _masterMixer = new TovAudioMixer; // its first reference is never released
     TovScript::setAudioCallbacks(saveAudioStatic, loadAudioStatic, saveAudioStringStatic);
-  });
+  }
   _masterMixer->reference();
   return _masterMixer;
 }

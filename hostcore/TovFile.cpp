@@ -188,7 +188,9 @@ void TovFile::uncFileName(char* out, const char* in)
     return;
 
   std::string path;
-  if (in && *in) {
+  if (in && std::strlen(in) >= kMaxPath) {
+    path.assign(in, kMaxPath - 1); // no file's; taking it apart would cost a multiple of it
+  } else if (in && *in) {
     std::error_code error;
     const fs::path absolute = fs::absolute(in, error);
     const fs::path canonical = error ? fs::path(in) : fs::weakly_canonical(absolute, error);

@@ -22,6 +22,9 @@ TovThread* TovThread::t_create(void (*function)(TovThread*, void*), void* argume
   } catch (const std::system_error&) {
     delete self;
     return nullptr;
+  } catch (...) {
+    delete self;
+    throw;
   }
   return self;
 }

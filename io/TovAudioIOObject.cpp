@@ -1,5 +1,8 @@
 #include "io/TovAudioIOObject.h"
 
+#include <climits>
+#include <new>
+
 #include "core/TovLockGuard.h"
 
 TovAudioIOObject::TovAudioIOObject() : buffer(nullptr), bufferSize(0), lock(0) {}
@@ -13,6 +16,9 @@ void TovAudioIOObject::allocBuffer(long long size)
 {
   constexpr long long kSpare = 16;
   constexpr long long kSmallest = 1024;
+
+  if (size > LLONG_MAX - kSpare)
+    throw std::bad_alloc();
 
   const TovLockGuard guard(lock);
   // A fresh object gets its smallest buffer even when asked for none.

@@ -97,6 +97,33 @@ TEST_F(AudioFileEdgeTest, ChannelsOutsideTheFileAreTheNearest)
     EXPECT_EQ(generated.source.channels[1], buffers.samples(second));
 }
 
+TEST_F(AudioFileEdgeTest, SpansFarBackwardsWriteNothingWhateverTheRates)
+{
+  // A file that claims 4 GB, so that the far ends of the span lie inside it.
+  const Bytes claim = Bytes()
+      .text("RIFF").u32le(0xffffffff)
+      .text("WAVE")
+      .text("fmt ").u32le(16)
+      .u16le(1)     // integer PCM
+      .u16le(1)     // channels
+      .u32le(22050)
+      .u32le(22050)
+      .u16le(1)
+      .u16le(8)
+      .text("data").u32le(0xffffffff)
+      .zeros(1000);
+  open(folder.write("claim.wav", claim));
+  for (const int rate : {22050, 44100, 8000})
+    for (const int quality : {0, 1, 2, 3})
+      for (const double frames : {1.0, 2147483700.0, 4294967276.0, 4294967296.0}) {
+        const TovAudioContext used(rate, quality, 24.0, 0.0);
+        Buffers buffers(1, 64);
+        const double t0 = 120000.0;
+        render(buffers, {0}, used, t0, t0 - frames / rate);
+        EXPECT_TRUE(buffers.untouched()) << rate << " " << quality << " " << frames;
+      }
+}
+
 TEST_F(AudioFileEdgeTest, MonoFeedsBothSides)
 {
   openRamp(Container::Wav);

@@ -69,6 +69,28 @@ TEST_F(SettingsMemoryTest, TracksInFiveMebibytesLoadInBoundedMemory)
   EXPECT_LT(support::heapInUse() - heapBefore, 2 * kMebibyte);
 }
 
+TEST_F(SettingsMemoryTest, NamesBeyondAnyPathAreNotTakenApart)
+{
+  // Half of them folders, half of them variables whose values are long.
+  const std::size_t length = 4 * kMebibyte;
+  std::string folders;
+  std::string variables;
+  while (folders.size() < length)
+    folders += "a/";
+  while (variables.size() < length)
+    variables += "$PATH";
+  for (const std::string& name : {folders, variables}) {
+    const long long peakBefore = support::peakResidentBytes();
+    const Bytes blob = mixerBlob(2, 1.0f, {{.provider = fileBlob({name})}});
+    TovAudioMixer::loadAudioStatic(support::scriptText(blob.data()).c_str());
+    ASSERT_EQ(1, master->getNumTracks());
+    EXPECT_EQ(name, dynamic_cast<TovAudioFile*>(master->getTrack(0)->getProvider())->getFileName());
+    EXPECT_LT(support::peakResidentBytes() - peakBefore,
+              (support::hasSanitizerOverhead() ? 512 : 96) * kMebibyte);
+    EXPECT_EQ(1u, messages.take().size()); // there is no such file
+  }
+}
+
 TEST_F(SettingsMemoryTest, FullBlobThatLacksItsLastByteCostsNoTracks)
 {
   std::vector<std::uint8_t> bytes = fullBlob().data();
