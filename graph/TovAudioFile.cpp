@@ -285,7 +285,7 @@ int TovAudioFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<i
   const TovLockGuard guard(readerLock);
   if (!reader)
     return 2;
-  TovAudioIOFormat format;
+  TovAudioIOFormat format{};
   if (reader->getFileSpec(&format) != 0)
     return 1;
   // The rate of the first call after the file was opened: an AIFF reader gives

@@ -44,12 +44,13 @@ int TovAudioMixer::deserializeBounded(const void* data, std::size_t size, bool a
 {
   TovMixerBlob blob{};
   const TovMixerBlob::Verdict verdict = blob.read(data, size);
+  const bool isRead = verdict == TovMixerBlob::Good || verdict == TovMixerBlob::Rejected;
   bool isBad = verdict == TovMixerBlob::CutShort;
   {
     const LockedProvider locked(*this);
     if (!append)
       initialize();
-    if (verdict == TovMixerBlob::Good || verdict == TovMixerBlob::Rejected) {
+    if (isRead) {
       if (!append)
         masterGain = blob.masterGain; // deliberate: not clamped
       for (const TovMixerTrackBlob& record : blob.tracks) {
@@ -66,7 +67,6 @@ int TovAudioMixer::deserializeBounded(const void* data, std::size_t size, bool a
   if (deserializeCallback)
     deserializeCallback(deserializeCallbackData);
   callNotifyCallbacks();
-  const bool isRead = verdict == TovMixerBlob::Good || verdict == TovMixerBlob::Rejected;
   return isRead ? static_cast<int>(blob.consumed) : 0;
 }
 

@@ -1,7 +1,6 @@
 #include "graph/TovAudioResampler.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "core/TovLockGuard.h"
 #include "graph/TovAudioFile.h"
@@ -230,9 +229,8 @@ int TovAudioResampler::deserializeBounded(const void* blob, std::size_t size, bo
 {
   LockedProvider locked(*this);
   TovBlobReader reader(blob, blob ? size : 0);
-  if (!reader.startsWith(kTag))
+  if (!reader.readTag(kTag))
     return -1;
-  reader.skip(4);
   const unsigned int version = reader.readUInt();
   if (reader.isWhole() && version != kVersion) {
     locked.abandon(); // deliberate: another version leaves the lock held

@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <memory>
 
 #include "graph/TovAudioProvider.h"
 
@@ -26,6 +27,11 @@ std::size_t TovBlobReader::restSize() const
 bool TovBlobReader::startsWith(const char* tag) const
 {
   return restSize() >= kTagBytes && std::memcmp(rest(), tag, kTagBytes) == 0;
+}
+
+bool TovBlobReader::readTag(const char* tag)
+{
+  return startsWith(tag) && take(kTagBytes);
 }
 
 /** The next bytes, or null where there are not so many. */
@@ -91,9 +97,8 @@ TovFileBlob::Verdict TovFileBlob::read(TovBlobReader& reader)
 {
   if (reader.restSize() < kTagBytes)
     return CutShort;
-  if (!reader.startsWith(kTag))
+  if (!reader.readTag(kTag))
     return OtherTag;
-  reader.skip(kTagBytes);
   const unsigned int version = reader.readUInt();
   if (!reader.isWhole())
     return CutShort;
@@ -113,9 +118,8 @@ TovMixerBlob::Verdict TovMixerBlob::read(const void* blob, std::size_t size)
   TovBlobReader reader(blob, size);
   if (reader.restSize() < kTagBytes)
     return CutShort;
-  if (!reader.startsWith(kTag))
+  if (!reader.readTag(kTag))
     return Ignored;
-  reader.skip(kTagBytes);
   const unsigned int version = reader.readUInt();
   if (!reader.isWhole())
     return CutShort;

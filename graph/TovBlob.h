@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 class TovAudioProvider;
@@ -24,6 +23,9 @@ public:
   /** Whether the next four bytes are @p tag; does not move. */
   bool startsWith(const char* tag) const;
 
+  /** The same, and moves behind the tag where it is there. */
+  bool readTag(const char* tag);
+
   bool readFlag(); ///< one byte; any but 0 is true
   unsigned short readUShort();
   unsigned int readUInt();
@@ -36,8 +38,6 @@ public:
   /** What follows, and how many bytes of it there are. */
   const unsigned char* rest() const { return data + position; }
   std::size_t restSize() const;
-
-  void skip(std::size_t bytes) { take(bytes); }
 
 private:
   unsigned char* take(std::size_t bytes);
