@@ -18,8 +18,6 @@ namespace {
  *  length do not reallocate. */
 constexpr long long kHeadRoomFrames = 10;
 
-constexpr int kCallbackGrowth = 10;
-
 template <typename Unsigned>
 Unsigned readBigEndian(unsigned char** cursor)
 {
@@ -38,51 +36,8 @@ void writeBigEndian(unsigned char** cursor, Unsigned value)
 
 } // namespace
 
-/** One run of callNotifyCallbacks(), which the list's changes keep in step. */
-struct TovAudioProvider::Notification {
-  explicit Notification(TovAudioProvider& p) : provider(p)
-  {
-    const TovLockGuard list(provider.callbackLock);
-    end = provider.callbackCount;
-    outer = provider.notifications;
-    provider.notifications = this;
-  }
-
-  /** Also where a callback throws.  Runs of several threads need not end in
-   *  the order they began. */
-  ~Notification()
-  {
-    const TovLockGuard list(provider.callbackLock);
-    Notification** link = &provider.notifications;
-    while (*link != this)
-      link = &(*link)->outer;
-    *link = outer;
-  }
-
-  Notification(const Notification&) = delete;
-  Notification& operator=(const Notification&) = delete;
-
-  /** The next entry to call, if there is one. */
-  bool take(NotifyCallback& function, void*& data)
-  {
-    const TovLockGuard list(provider.callbackLock);
-    if (next >= end)
-      return false;
-    function = provider.callbackFuncs[next];
-    data = provider.callbackData[static_cast<unsigned long>(next)];
-    ++next;
-    return true;
-  }
-
-  TovAudioProvider& provider;
-  int next = 0;                  ///< index of the entry to call next
-  int end = 0;                   ///< behind the last entry to call
-  Notification* outer = nullptr; ///< the run begun before this one and not ended yet
-};
-
 TovAudioProvider::TovAudioProvider()
-    : refCount(1), sampleBufferFrames(0), callbackFuncs(nullptr), callbackCapacity(0),
-      callbackCount(0), providerLock(0), bufferLock(0), callbackLock(0), notifications(nullptr),
+    : refCount(1), sampleBufferFrames(0), providerLock(0), bufferLock(0),
       providerLockAbandoned(false)
 {
 }
@@ -92,7 +47,6 @@ TovAudioProvider::TovAudioProvider(const TovAudioProvider&) : TovAudioProvider()
 TovAudioProvider::~TovAudioProvider()
 {
   clearSampleBuffers();
-  delete[] callbackFuncs;
 }
 
 // --- Time and samples -----------------------------------------------------
@@ -164,74 +118,45 @@ bool TovAudioProvider::hasNullBuffer(const TovNLPArray<float>& buffers)
 
 // --- Notify callbacks -----------------------------------------------------
 
-/** Holds what a change of the callback list needs: providerLock, unless it was
- *  left held for good, and the list's own lock. */
+/** Holds providerLock for a change of the callback list, unless it was left
+ *  held for good. */
 class TovAudioProvider::CallbackListChange {
 public:
-  explicit CallbackListChange(TovAudioProvider& p)
+  explicit CallbackListChange(const TovAudioProvider& p)
       : provider(p), hasProviderLock(!p.providerLockAbandoned)
   {
     if (hasProviderLock)
-      TovLock::acquire(provider.providerLock);
-    TovLock::acquire(provider.callbackLock);
+      provider.lockAcquire();
   }
   ~CallbackListChange()
   {
-    TovLock::release(provider.callbackLock);
     if (hasProviderLock)
-      TovLock::release(provider.providerLock);
+      provider.lockRelease();
   }
   CallbackListChange(const CallbackListChange&) = delete;
   CallbackListChange& operator=(const CallbackListChange&) = delete;
 
 private:
-  TovAudioProvider& provider;
+  const TovAudioProvider& provider;
   const bool hasProviderLock;
 };
 
 void TovAudioProvider::addCallback(void (*function)(void*), void* data)
 {
   const CallbackListChange change(*this);
-  if (callbackCount == callbackCapacity) {
-    const int capacity = callbackCapacity + kCallbackGrowth;
-    NotifyCallback* const grown = new NotifyCallback[static_cast<std::size_t>(capacity)];
-    std::copy_n(callbackFuncs, callbackCount, grown);
-    delete[] callbackFuncs;
-    callbackFuncs = grown;
-    callbackCapacity = capacity;
-  }
-  callbackData.append(data);
-  callbackFuncs[callbackCount] = function;
-  ++callbackCount;
+  callbacks.add(function, data);
 }
 
 void TovAudioProvider::removeCallback(void (*function)(void*), void* data)
 {
   const CallbackListChange change(*this);
-  for (int i = 0; i < callbackCount;) {
-    if (callbackFuncs[i] == function && callbackData[static_cast<unsigned long>(i)] == data)
-      eraseCallback(i);
-    else
-      ++i;
-  }
-}
-
-/** Caller holds callbackLock. */
-void TovAudioProvider::eraseCallback(int index)
-{
-  std::copy(callbackFuncs + index + 1, callbackFuncs + callbackCount, callbackFuncs + index);
-  callbackData.removeByIndex(static_cast<unsigned long>(index));
-  --callbackCount;
-  for (Notification* run = notifications; run; run = run->outer) {
-    run->next -= index < run->next ? 1 : 0;
-    run->end -= index < run->end ? 1 : 0;
-  }
+  callbacks.removeEvery(function, data);
 }
 
 void TovAudioProvider::callNotifyCallbacks()
 {
-  Notification run(*this);
-  NotifyCallback function = nullptr;
+  TovCallbackList<void (*)(void*)>::Run run(callbacks);
+  void (*function)(void*) = nullptr;
   void* data = nullptr;
   while (run.take(function, data))
     function(data);

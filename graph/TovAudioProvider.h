@@ -3,9 +3,9 @@
 #include <atomic>
 
 #include "core/TovAudioContext.h"
+#include "core/TovCallbackList.h"
 #include "core/TovExport.h"
 #include "core/TovNLVArray.h"
-#include "core/TovPArray.h"
 
 /** A node of the provider graph: whatever produces audio on request.
  *
@@ -179,22 +179,14 @@ protected:
   };
 
 private:
-  typedef void (*NotifyCallback)(void*);
   class CallbackListChange;
-  struct Notification;
-  void eraseCallback(int index);
 
   std::atomic<int> refCount;
   TovNLPArray<float> sampleBuffers; ///< owns its blocks; allocation protected by bufferLock
   long long sampleBufferFrames;     ///< frames of each block; protected by bufferLock
-  NotifyCallback* callbackFuncs;    ///< owned array; protected by callbackLock
-  int callbackCapacity;             ///< slots of callbackFuncs; protected by callbackLock
-  int callbackCount;                ///< entries in use; protected by callbackLock
-  TovPArray<void> callbackData;     ///< same index; protected by callbackLock
+  TovCallbackList<void (*)(void*)> callbacks;
   mutable unsigned int providerLock;
   unsigned int bufferLock;
-  unsigned int callbackLock;   ///< innermost: nothing is called with it held
-  Notification* notifications; ///< running ones, newest first; protected by callbackLock
   mutable std::atomic<bool> providerLockAbandoned;
 };
 
