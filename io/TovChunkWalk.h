@@ -21,7 +21,9 @@
  *    sample chunk; sets the bytes to skip; false where the file ends.
  *
  *  Sizes are taken as stated: an odd one is not rounded up, as files of this
- *  library have no pad bytes, and one of 2^31 or more skips nothing.
+ *  library have no pad bytes, and one of 2^31 or more skips nothing.  A file
+ *  that has neither chunk among its first 65536 is not acceptable: others have
+ *  a few dozen, and walking through a made-up one could take for ever.
  */
 template <typename Layout>
 class TovChunkWalk {
@@ -35,7 +37,7 @@ public:
         std::memcmp(form, Layout::kForm, 4) != 0)
       return 1;
 
-    while (readDesc()) {
+    for (int chunk = 0; chunk < kMostChunks && readDesc(); ++chunk) {
       std::uint32_t skip = desc.size;
       if (isChunk(Layout::kFormatId)) {
         if (!enterFormat(skip))
@@ -53,6 +55,8 @@ public:
   }
 
 private:
+  static constexpr int kMostChunks = 1 << 16;
+
   bool readDesc()
   {
     unsigned char bytes[8];
