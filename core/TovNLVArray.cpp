@@ -16,7 +16,8 @@ TovNLVArray::TovNLVArray(const TovNLVArray& other) : TovNLVArray()
 
 TovNLVArray& TovNLVArray::operator=(const TovNLVArray& other)
 {
-  copy(other);
+  if (this != &other)
+    copy(other);
   return *this;
 }
 

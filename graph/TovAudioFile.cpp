@@ -20,6 +20,10 @@ constexpr int kDefaultPlaybackRate = 44100;
 constexpr int kLowestPlaybackRate = 200;
 constexpr int kHighestPlaybackRate = 192000;
 
+/** Far above any sound's.  A made-up rate in a header or in saved settings
+ *  would have seconds of audio cost gigabytes. */
+constexpr int kHighestConvertedRate = 8000000;
+
 std::unique_ptr<char[]> copyOf(const char* text)
 {
   const std::size_t size = std::strlen(text) + 1;
@@ -322,6 +326,8 @@ int TovAudioFile::planSpan(Span& span, const TovAudioIOFormat& format,
   span.handles = 0;
   span.phase = 0.0f;
   if (span.isConverted) {
+    if (playbackRate > kHighestConvertedRate)
+      return 1;
     if (!planConversion(span, inner, context, t0, t1))
       return 5;
   } else {

@@ -35,7 +35,8 @@ public:
   /** Does nothing; 0. */
   int deactivate() override;
 
-  /** 0; 1 not activated, a playback rate below 1, a request above 2^28 frames,
+  /** 0; 1 not activated, a playback rate below 1, or above 8 MHz
+   *  and not the context's, a request above 2^28 frames,
    *  or the file could not be read; 2 no reader; 4 a context rate below 1 or a
    *  null buffer; 5 the request lies outside the used part of the file.
    *  Frames before the file's first and behind srcOut or its last are

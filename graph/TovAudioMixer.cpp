@@ -281,7 +281,7 @@ int TovAudioMixer::removeProvider(TovAudioProvider* provider)
 void TovAudioMixer::appendTrack(std::unique_ptr<TovAudioTrack> track)
 {
   tracks.append(track.get());
-  track.release();
+  static_cast<void>(track.release()); // the list owns it now
 }
 
 /** Unsubscribes from every input and deletes its track. */

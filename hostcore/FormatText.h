@@ -15,7 +15,8 @@ inline std::optional<std::string> tovFormatText(const char* format, std::va_list
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   if (length >= 0) {
     text.emplace(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(text->data(), text->size() + 1, format, again);
+    if (std::vsnprintf(text->data(), text->size() + 1, format, again) != length)
+      text.reset();
   }
   va_end(again);
   return text;

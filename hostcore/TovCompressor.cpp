@@ -22,7 +22,7 @@ constexpr int kNoDigit = -1;
 
 int digitValue(char c)
 {
-  const void* const found = c ? std::memchr(kDigits, c, 64) : nullptr;
+  const void* const found = c ? std::memchr(kDigits, c, sizeof kDigits - 1) : nullptr;
   return found ? static_cast<int>(static_cast<const char*>(found) - kDigits) : kNoDigit;
 }
 

@@ -195,6 +195,9 @@ void TovFile::uncFileName(char* out, const char* in)
     const fs::path absolute = fs::absolute(in, error);
     const fs::path canonical = error ? fs::path(in) : fs::weakly_canonical(absolute, error);
     path = (error ? absolute.lexically_normal() : canonical).string();
+    // What does not exist keeps the slash at its end, what does exist does not.
+    while (path.size() > 1 && path.back() == '/')
+      path.pop_back();
     if (path.empty())
       path = in;
   }

@@ -46,7 +46,7 @@ void TovSys::error(const char* format, ...)
   if (output.handler)
     output.handler(severity, text.c_str(), output.data);
   else
-    std::fwrite(text.data(), 1, text.size(), stderr); // unbuffered: one piece
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr)); // unbuffered: one piece
 }
 
 void TovSys::setMessageHandler(MessageHandler handler, void* data)

@@ -44,7 +44,7 @@ double windowedSinc(double t, int zeroCrossings, double windowNorm)
 void buildFilterTable(int quality)
 {
   const auto [samplesPerCrossing, zeroCrossings] = filterParams[quality];
-  const std::size_t length = static_cast<std::size_t>(samplesPerCrossing * zeroCrossings);
+  const std::size_t length = static_cast<std::size_t>(samplesPerCrossing) * static_cast<std::size_t>(zeroCrossings);
   std::unique_ptr<float[]> value(new float[length]);
   std::unique_ptr<float[]> delta(new float[length]);
 

@@ -51,6 +51,16 @@ std::string longPath(std::size_t length)
   return path;
 }
 
+TEST(CanonicalPathSpelling, NoPathEndsInASlashButTheRoot)
+{
+  expectPath("/tov_no_such_folder/", "/tov_no_such_folder");
+  expectPath("/tov_no_such_folder/a/../", "/tov_no_such_folder");
+  expectPath("/usr/", "/usr");
+  expectPath("/usr/tov_no_such_folder/../", "/usr");
+  expectPath("/", "/");
+  expectPath("/tov_no_such_folder/..", "/");
+}
+
 /** The temporary folder as the working folder, for a test. */
 class CanonicalPath : public testing::Test {
 protected:

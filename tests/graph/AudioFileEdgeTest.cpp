@@ -14,6 +14,7 @@
 #include "tests/graph/GeneratedFile.h"
 #include "tests/reference/FileSpan.h"
 #include "tests/support/Buffers.h"
+#include "tests/support/Memory.h"
 #include "tests/support/Messages.h"
 #include "tests/support/Owned.h"
 
@@ -335,6 +336,40 @@ TEST_F(AudioFileEdgeTest, PlaybackRateBelowOneIsStatus1)
   setUnclampedRate(1);
   Buffers buffers(1, 64);
   EXPECT_EQ(0, render(buffers, {0}, context, 0.0, 0.0625));
+}
+
+TEST_F(AudioFileEdgeTest, APlaybackRateAbove8MegahertzIsNotConverted)
+{
+  openRamp(Container::Wav);
+  for (const std::uint32_t rate : {8000001u, 0x7fffffffu}) {
+    setUnclampedRate(rate);
+    Buffers buffers(1, 64);
+    EXPECT_EQ(1, render(buffers, {0}, context, 0.0, 0.0625)) << rate;
+    EXPECT_TRUE(buffers.untouched());
+    const int sameRate = static_cast<int>(rate);
+    EXPECT_EQ(0, render(buffers, {0}, TovAudioContext(sameRate, 1, 24.0, 0.0), 0.0, 64.0 / rate));
+  }
+  setUnclampedRate(8000000u);
+  Buffers buffers(1, 64);
+  EXPECT_EQ(0, render(buffers, {0}, context, 0.0, 0.0625));
+}
+
+TEST_F(AudioFileEdgeTest, NoRateMakes4096FramesCostMoreThan64Megabytes)
+{
+  openRamp(Container::Wav);
+  constexpr double kSeconds = 4096.0 / 8000;
+  for (const int quality : {0, 1, 2, 3}) {
+    for (const std::uint32_t rate : {1u, 192000u, 8000000u, 8000001u, 0x7fffffffu}) {
+      Owned<TovAudioFile> fresh = support::make<TovAudioFile>();
+      std::swap(file, fresh);
+      open(fresh->getFileName());
+      setUnclampedRate(rate);
+      Buffers buffers(2, 4096);
+      const long long before = support::heapInUse();
+      render(buffers, {0, 0}, TovAudioContext(8000, quality, 24.0, 0.0), 0.0, kSeconds);
+      EXPECT_LT(support::heapInUse() - before, 64LL << 20) << rate << " quality " << quality;
+    }
+  }
 }
 
 TEST_F(AudioFileEdgeTest, RequestAbove2To28FramesIsStatus1)
