@@ -1,0 +1,6 @@
+#include "playout/PlayoutDevice.h"
+
+std::unique_ptr<PlayoutDevice> makeCubebDevice()
+{
+  return nullptr;
+}
