@@ -1,4 +1,4 @@
-// Names neither a translator nor the mixer: what the library declares when it
+// Names neither a translator nor the mixer nor a player: what the library declares when it
 // is loaded must be there all the same, also when it is linked statically.
 #include <cstdio>
 #include <cstdlib>
@@ -6,11 +6,16 @@
 #include "core/TovGlobals.h"
 #include "pcm/TovPcm.h"
 
+static int setting(const char* name)
+{
+  return TovGlobals::ref(TovName::getString(name), kTovIdInteger, 1)->asInt();
+}
+
 int main()
 {
   const float factor = TovPcm::dBToFactor(0.0f); // the library itself is used
-  const int rate =
-      TovGlobals::ref(TovName::getString("sys.quicktimeAudioRate"), kTovIdInteger, 1)->asInt();
-  std::printf("factor %g, rate %d\n", static_cast<double>(factor), rate);
-  return factor == 1.0f && rate == 44100 ? EXIT_SUCCESS : EXIT_FAILURE;
+  const int rate = setting("sys.quicktimeAudioRate");
+  const int quality = setting("sys.defaultAudioPlaybackQuality");
+  std::printf("factor %g, rate %d, quality %d\n", static_cast<double>(factor), rate, quality);
+  return factor == 1.0f && rate == 44100 && quality == 1 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
