@@ -15,6 +15,9 @@ int runConvert(const CLI::App& command);
 CLI::App* declareMix(CLI::App& program);
 int runMix(const CLI::App& command);
 
+CLI::App* declarePlay(CLI::App& program);
+int runPlay(const CLI::App& command);
+
 CLI::App* declareSave(CLI::App& program);
 int runSave(const CLI::App& command);
 

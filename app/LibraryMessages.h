@@ -9,3 +9,6 @@ void holdBackLibraryMessages();
 /** The library's last error, without its line feed; empty where there was
  *  none.  For failures that the program has no better words for. */
 std::string lastLibraryError();
+
+/** The library's last warning since this was asked, in the same way. */
+std::string takeLibraryWarning();

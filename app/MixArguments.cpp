@@ -221,6 +221,16 @@ static void checkSaving(const MixRequest& mix)
   }
 }
 
+static void checkTimes(const MixRequest& mix)
+{
+  for (const TrackRequest& track : mix.tracks) {
+    checkTrack(track);
+  }
+  if (mix.from && mix.to && *mix.to <= *mix.from) {
+    throw UsageError("--to is not behind --from");
+  }
+}
+
 static void checkMix(const MixRequest& mix)
 {
   if (mix.tracks.empty() && !mix.isAppended) {
@@ -233,18 +243,13 @@ static void checkMix(const MixRequest& mix)
     checkOutputSuffix("--output", mix.output);
   }
   checkSaving(mix);
-  for (const TrackRequest& track : mix.tracks) {
-    checkTrack(track);
-  }
-  if (mix.from && mix.to && *mix.to <= *mix.from) {
-    throw UsageError("--to is not behind --from");
-  }
+  checkTimes(mix);
   if (mix.isDithered) {
     checkDitherBits(mix.bits);
   }
 }
 
-MixRequest mixRequestOf(const std::vector<Argument>& arguments)
+static MixRequest readRequest(const std::vector<Argument>& arguments)
 {
   const double framesPerSecond = framesPerSecondOf(arguments);
   MixRequest mix;
@@ -263,21 +268,47 @@ MixRequest mixRequestOf(const std::vector<Argument>& arguments)
       mix.tracks.back().hasOptions = true;
     }
   }
+  return mix;
+}
+
+MixRequest mixRequestOf(const std::vector<Argument>& arguments)
+{
+  const MixRequest mix = readRequest(arguments);
   checkMix(mix);
+  return mix;
+}
+
+/** The options of a track and these of the whole mix. */
+static std::vector<OptionRow> trackOptionsAnd(const std::set<std::string>& names)
+{
+  std::vector<OptionRow> rows;
+  for (const OptionRow& row : kMixOptions) {
+    if (row.group == kTrackGroup || names.count(row.names) > 0) {
+      rows.push_back(row);
+    }
+  }
+  return rows;
+}
+
+std::vector<OptionRow> heardOptions()
+{
+  return trackOptionsAnd(
+      {"--master", "--from", "--to", "--map", "--allow-missing", "--fps", "--quiet", "--force"});
+}
+
+MixRequest heardRequestOf(const std::vector<Argument>& arguments)
+{
+  const MixRequest mix = readRequest(arguments);
+  if (mix.tracks.empty()) {
+    throw UsageError("no file to play was named");
+  }
+  checkTimes(mix);
   return mix;
 }
 
 std::vector<OptionRow> saveOptions()
 {
-  static const std::set<std::string> kOfSession = {"--master", "--append", "--map",
-                                                   "--fps",    "--quiet",  "--force"};
-  std::vector<OptionRow> rows;
-  for (const OptionRow& row : kMixOptions) {
-    if (row.group == kTrackGroup || kOfSession.count(row.names) > 0) {
-      rows.push_back(row);
-    }
-  }
-  return rows;
+  return trackOptionsAnd({"--master", "--append", "--map", "--fps", "--quiet", "--force"});
 }
 
 MixRequest saveRequestOf(std::vector<Argument> arguments)

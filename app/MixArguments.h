@@ -13,6 +13,12 @@ extern const std::vector<OptionRow> kMixOptions;
  *  UsageError. */
 MixRequest mixRequestOf(const std::vector<Argument>& arguments);
 
+/** The options of `tov mix` that say what is heard, and not what is written. */
+std::vector<OptionRow> heardOptions();
+
+/** The mix that is to be heard: no file is written.  Throws UsageError. */
+MixRequest heardRequestOf(const std::vector<Argument>& arguments);
+
 /** The options of `tov save`: those of `tov mix` that a session keeps. */
 std::vector<OptionRow> saveOptions();
 

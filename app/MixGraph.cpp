@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "app/Failures.h"
 #include "app/MixerBlob.h"
@@ -54,7 +55,13 @@ static double setFramesPerSecond(const MixRequest& request)
 }
 
 MixGraph::MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices)
-    : tracks(contents.tracks), mixer(new TovAudioMixer()),
+    : MixGraph(contents, request, notices, ProviderReference<TovAudioMixer>(new TovAudioMixer()))
+{
+}
+
+MixGraph::MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices,
+                   ProviderReference<TovAudioMixer> filledMixer)
+    : tracks(contents.tracks), mixer(std::move(filledMixer)),
       context(mixRate(request, contents), request.quality, setFramesPerSecond(request), 0.0),
       leftAndRight(everyChannel(2))
 {

@@ -19,8 +19,13 @@
  */
 class MixGraph {
 public:
-  /** Places the tracks.  Throws Failure. */
+  /** Places the tracks in a mixer of its own.  Throws Failure. */
   MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices);
+
+  /** The same in @p mixer, whose own tracks go. */
+  MixGraph(const MixContents& contents, const MixRequest& request, const Notices& notices,
+           ProviderReference<TovAudioMixer> mixer);
+
   ~MixGraph();
   MixGraph(const MixGraph&) = delete;
   MixGraph& operator=(const MixGraph&) = delete;
@@ -30,6 +35,10 @@ public:
   const MixTrack& getTrack(int track) const { return tracks[index(track)]; }
   const TrackPlan& getPlan(int track) const { return plans[index(track)]; }
   bool isHeard(int track) const;
+  TovAudioMixer& getMixer() const { return *mixer; }
+
+  /** Of the tracks that are not missing, in their order. */
+  const std::vector<ProviderReference<WatchedFile>>& getFiles() const { return files; }
 
   /** Timeline frame at which the sound of the last track ends. */
   long long getEndFrame() const;

@@ -8,32 +8,12 @@
 #include "app/Failures.h"
 #include "app/Interruption.h"
 #include "app/MixGraph.h"
+#include "app/MixSpan.h"
 #include "app/ScaledFloatInput.h"
 #include "pcm/TovPcm.h"
 
 static constexpr int kBlockFrames = 4096;
 static constexpr int kChannels = 2;
-
-/** The part of the timeline that is written, in frames. */
-struct FrameSpan {
-  long long from;
-  long long to;
-};
-
-static FrameSpan spanOf(const MixRequest& request, const MixGraph& graph)
-{
-  FrameSpan span = {};
-  span.from = std::llround(request.from.value_or(0.0) * graph.getRate());
-  span.to = request.to ? std::llround(*request.to * graph.getRate()) : graph.getEndFrame();
-  if (span.to > span.from) {
-    return span;
-  }
-  if (request.from || request.to) {
-    throw UsageError(request.to ? "--to is not behind the beginning of the mix"
-                                : "--from is not before the end of the last track");
-  }
-  throw Failure(request.output, "the mix is empty: no track reaches behind time 0");
-}
 
 static std::string adviceOnLevel(float masterGain, const LevelMeter& levels)
 {
@@ -90,7 +70,7 @@ MixResult renderMix(const MixContents& contents, const MixRequest& request, cons
 {
   refuseMissing(contents, request.isMissingAllowed, notices);
   MixGraph graph(contents, request, notices);
-  const FrameSpan span = spanOf(request, graph);
+  const FrameSpan span = spanOf(request, graph, request.output);
   OutputPlan plan = {};
   plan.target = request.output;
   plan.rate = graph.getRate();

@@ -40,7 +40,9 @@ int WatchedFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<in
   if (status == kNothingToDeliver) {
     return status;
   }
-  hasFailed = hasFailed || status != 0 || !isStillWhole(source);
+  if (status != 0 || !isStillWhole(source)) {
+    hasFailed = true;
+  }
   return status;
 }
 
@@ -49,5 +51,12 @@ void WatchedFile::throwIfFailed() const
   if (hasFailed) {
     throwIfCutShort(source);
     throw Failure(source.name, "could not be read any more");
+  }
+}
+
+void WatchedFile::tryAgain()
+{
+  if (hasFailed && refresh() == 0 && isStillWhole(source)) {
+    hasFailed = false;
   }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "app/SourceFile.h"
 #include "core/TovNLVArray.h"
 #include "graph/TovAudioFile.h"
@@ -24,8 +26,16 @@ public:
   int getAudio(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
                const TovAudioContext& context, double t0, double t1) override;
 
-  /** Throws Failure where a request could not be answered from the file. */
+  /** Throws Failure where a request could not be answered from the file.  Any
+   *  thread. */
   void throwIfFailed() const;
+
+  /** Whether throwIfFailed() would throw.  Any thread. */
+  bool isFailed() const { return hasFailed; }
+
+  /** Opens a file that failed anew, where it can be; it has not failed then
+   *  until it does so again.  Any thread. */
+  void tryAgain();
 
   const SourceFile& getSource() const { return source; }
 
@@ -34,6 +44,6 @@ protected:
 
 private:
   SourceFile source;
-  TovNLArray<int> chosenChannels; ///< empty: the request's map counts
-  bool hasFailed = false;
+  TovNLArray<int> chosenChannels;      ///< empty: the request's map counts
+  std::atomic<bool> hasFailed = false; ///< set by whichever thread renders
 };

@@ -30,6 +30,7 @@ static const char* const kProgramNotes =
     "  tov convert voice.wav voice.aiff --bits 24\n"
     "  tov mix drums.wav --gain -3 bass.aiff --pan -0.4 --start 1.5 voice.wav --solo \\\n"
     "          -o mix.wav --rate 48000 --bits 24 --quality highest\n"
+    "  tov play drums.wav --gain -3 bass.aiff --loop\n"
     "  tov save shot.script drums.wav --gain -3 bass.aiff --start 1.5\n"
     "  tov mix shot.script -o mix.wav\n"
     "\n"
@@ -51,14 +52,14 @@ static void declareProgram(CLI::App& program)
 {
   const std::vector<std::string> leftOver = program.remaining();
   if (leftOver.empty()) {
-    throw UsageError("a command is missing: info, convert, mix, save or demo");
+    throw UsageError("a command is missing: info, convert, mix, play, save or demo");
   }
   const std::string& word = leftOver.front();
   if (word.rfind('-', 0) == 0) {
     throw UsageError("there is no option " + word + suggestion(word, optionNamesOf(program)));
   }
   throw UsageError("there is no command \"" + word + "\"" +
-                   suggestion(word, {"info", "convert", "mix", "save", "demo"}));
+                   suggestion(word, {"info", "convert", "mix", "play", "save", "demo"}));
 }
 
 static int runParsed(const CLI::App& program, const std::vector<Command>& commands)
@@ -85,13 +86,12 @@ static int reportWrongUsage(const CLI::App& program, const std::string& sentence
 
 static int run(int argc, char** argv)
 {
-  CLI::App program("Mixes, converts and examines WAV and AIFF files.", "tov");
+  CLI::App program("Mixes, plays, converts and examines WAV and AIFF files.", "tov");
   declareProgram(program);
-  const std::vector<Command> commands = {{declareInfo(program), runInfo},
-                                         {declareConvert(program), runConvert},
-                                         {declareMix(program), runMix},
-                                         {declareSave(program), runSave},
-                                         {declareDemo(program), runDemo}};
+  const std::vector<Command> commands = {
+      {declareInfo(program), runInfo}, {declareConvert(program), runConvert},
+      {declareMix(program), runMix},   {declarePlay(program), runPlay},
+      {declareSave(program), runSave}, {declareDemo(program), runDemo}};
   try {
     program.parse(argc, argv);
     return runParsed(program, commands);
