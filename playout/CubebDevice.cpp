@@ -1,3 +1,4 @@
+#include "playout/CubebLibrary.h"
 #include "playout/PlayoutDevice.h"
 
 #include <algorithm>
@@ -12,8 +13,6 @@
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include <cubeb/cubeb.h>
 
 namespace {
 
@@ -157,6 +156,7 @@ private:
   PlayoutSource& source;
   const std::shared_ptr<SharedState> state;
   const unsigned int number; ///< of this session, for the state
+  const CubebLibrary* const library = CubebLibrary::get();
   cubeb* context = nullptr;
   cubeb_stream* stream = nullptr;
   int channelCount = 0;
@@ -171,17 +171,17 @@ CubebSession::~CubebSession()
 {
   // The library wants a stream stopped before it is destroyed.
   if (stream) {
-    cubeb_stream_stop(stream);
-    cubeb_stream_destroy(stream);
+    library->streamStop(stream);
+    library->streamDestroy(stream);
   }
   if (context)
-    cubeb_destroy(context);
+    library->destroy(context);
 }
 
 int CubebSession::open(double rate, int channels)
 {
   // A context does not outlive its server, hence a new one for each opening.
-  if (cubeb_init(&context, "Tov", nullptr) != CUBEB_OK) {
+  if (!library || library->init(&context, "Tov", nullptr) != CUBEB_OK) {
     context = nullptr;
     return 1;
   }
@@ -196,13 +196,13 @@ int CubebSession::open(double rate, int channels)
 
   auto latency = static_cast<std::uint32_t>(rate * kLatencySeconds);
   std::uint32_t least = 0;
-  if (cubeb_get_min_latency(context, &format, &least) == CUBEB_OK)
+  if (library->getMinLatency(context, &format, &least) == CUBEB_OK)
     latency = std::max(latency, least);
   bufferedAhead = static_cast<long>(latency);
   channelCount = channels;
 
-  if (cubeb_stream_init(context, &stream, "Playout", nullptr, nullptr, nullptr, &format, latency,
-                        pull, changed, this) != CUBEB_OK) {
+  if (library->streamInit(context, &stream, "Playout", nullptr, nullptr, nullptr, &format, latency,
+                          pull, changed, this) != CUBEB_OK) {
     stream = nullptr;
     return 1;
   }
@@ -221,9 +221,9 @@ bool CubebSession::joinSource()
 void CubebSession::askServer()
 {
   cubeb_device_collection devices{};
-  if (std::strcmp(cubeb_get_backend_id(context), "pulse") == 0 &&
-      cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &devices) == CUBEB_OK)
-    cubeb_device_collection_destroy(context, &devices);
+  if (std::strcmp(library->getBackendId(context), "pulse") == 0 &&
+      library->enumerateDevices(context, CUBEB_DEVICE_TYPE_OUTPUT, &devices) == CUBEB_OK)
+    library->deviceCollectionDestroy(context, &devices);
 }
 
 int CubebSession::start()
@@ -232,7 +232,7 @@ int CubebSession::start()
   // died without its having noticed.  A question to the server lets it notice,
   // and changed() is called; what is left is the moment between the two.
   askServer();
-  if (state->is(number, PlayoutDevice::State::running) && cubeb_stream_start(stream) == CUBEB_OK)
+  if (state->is(number, PlayoutDevice::State::running) && library->streamStart(stream) == CUBEB_OK)
     return 0;
   leaveSource();
   lose();
@@ -241,7 +241,7 @@ int CubebSession::start()
 
 int CubebSession::stop()
 {
-  const int result = cubeb_stream_stop(stream);
+  const int result = library->streamStop(stream);
   leaveSource();
   if (result != CUBEB_OK) {
     lose();
@@ -265,7 +265,7 @@ long long CubebSession::position() const
   if (pulled == 0)
     return 0;
   std::uint64_t frames = 0;
-  if (!stream || cubeb_stream_get_position(stream, &frames) != CUBEB_OK)
+  if (!stream || library->streamGetPosition(stream, &frames) != CUBEB_OK)
     return -1;
   return static_cast<long long>(frames);
 }
