@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -180,6 +181,9 @@ CubebSession::~CubebSession()
 
 int CubebSession::open(double rate, int channels)
 {
+  // The library counts whole frames a second only.
+  if (rate != std::floor(rate))
+    return 1;
   // A context does not outlive its server, hence a new one for each opening.
   if (!library || library->init(&context, "Tov", nullptr) != CUBEB_OK) {
     context = nullptr;

@@ -70,7 +70,9 @@ int PlayoutMixer::start()
   heard.reset();
   track->clear();
   hasRun = true;
-  if (isRunning() && transport.tryPlay())
+  // Silence that nobody asked for is not gone on with: by now there may be an
+  // output.
+  if (isRunning() && !choice.isFallback() && transport.tryPlay())
     return 0;
   return startDevice();
 }
