@@ -8,7 +8,7 @@
 #include "playback/TovAudioFIFOBlock.h"
 #include "playback/TovAudioFIFOCmd.h"
 
-static bool isPlayable(const TovAudioContext& context, const TovAudioFIFOCmd& cmd)
+static bool hasTimesAndRate(const TovAudioContext& context, const TovAudioFIFOCmd& cmd)
 {
   return context.sampleRate >= 1 && std::isfinite(cmd.startTime) && std::isfinite(cmd.endTime);
 }
@@ -18,11 +18,8 @@ TovAudioBlockPlan tovPlanAudioBlock(const TovAudioProvider& provider,
 {
   constexpr long long kFrames = TovAudioFIFOBlock::kFrames;
   TovAudioBlockPlan plan;
-  plan.isPlayable = isPlayable(context, cmd);
-  if (!plan.isPlayable) {
-    plan.reachesEnd = true;
+  if (!hasTimesAndRate(context, cmd))
     return plan;
-  }
   plan.isBackward = !(cmd.startTime <= cmd.endTime);
   const long long cur = provider.getSampleIndex(context, cmd.curTime);
   const long long end = provider.getSampleIndex(context, cmd.endTime);
@@ -38,9 +35,12 @@ TovAudioBlockPlan tovPlanAudioBlock(const TovAudioProvider& provider,
     plan.next = plan.t1;
   }
   const long long frames = provider.getNumSampleFrames(context, plan.t0, plan.t1);
-  plan.frames = static_cast<int>(std::clamp<long long>(frames, 0, kFrames));
-  const bool isStuck = plan.next == cmd.curTime;
-  plan.reachesEnd = isStuck || provider.getSampleIndex(context, plan.next) == end;
+  if (frames > kFrames)
+    return plan;
+  plan.isPlayable = true;
+  plan.frames = static_cast<int>(std::max(frames, 0LL));
+  const bool isMoving = plan.next < cmd.curTime || plan.next > cmd.curTime;
+  plan.reachesEnd = !isMoving || provider.getSampleIndex(context, plan.next) == end;
   return plan;
 }
 

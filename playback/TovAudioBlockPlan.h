@@ -13,8 +13,12 @@ struct TovAudioBlockPlan {
   double next = 0.0; ///< where the block after it begins
   int frames = 0;    ///< 0 to TovAudioFIFOBlock::kFrames
   bool isBackward = false;
-  bool reachesEnd = false; ///< the span is done with it
-  bool isPlayable = true;  ///< false: the span has no times or no rate; it reaches its end at once
+  bool reachesEnd = true; ///< the span is done with it
+
+  /** False: there are no times or no rate to play by, or times lie so far
+   *  apart there that the provider would deliver more than a block holds.  The
+   *  span then ends at once, looping or not. */
+  bool isPlayable = false;
 };
 
 /** Cuts the next block, up to 4096 frames, off a span:

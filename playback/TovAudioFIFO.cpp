@@ -58,11 +58,11 @@ TovAudioFIFO::TovAudioFIFO(TovAudioProvider* p)
     : provider(p), feederThread(nullptr), stopFlag(false), isFeederRunning(false), feederLock(0),
       cmdQueue(nullptr), stopCallback(nullptr), stopCallbackData(nullptr), flushesOfOthers(0)
 {
-  if (provider)
-    provider->reference();
   for (TovAudioFIFOBlock& block : storage)
     blocks.freeBlock(&block);
-  feederThread = TovThread::t_create(feederThreadFuncStatic, this);
+  feederThread = TovThread::t_create(feederThreadFuncStatic, this); // may throw
+  if (provider)
+    provider->reference();
   if (feederThread)
     isFeederRunning.wait(false);
   else

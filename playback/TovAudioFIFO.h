@@ -46,9 +46,9 @@ public:
   /** Queues the span from @p startTime to @p endTime, in seconds, behind what
    *  is queued; backwards where the end lies before the start; with @p loop
    *  again and again until a flush.  Of the context only the sample rate
-   *  counts.  Times that are not finite and rates below 1 end at once, looping
-   *  or not, with a stop request.  A span whose provider fails is tried again
-   *  until it works or is flushed.  Allocates. */
+   *  counts.  Times that are not finite, or so large that frames cannot be told
+   *  apart, and rates below 1 end at once, looping or not, with a stop request.  A span whose
+   * provider fails is tried again until it works or is flushed.  Allocates. */
   void addBlock(const TovAudioContext& context, double startTime, double endTime, bool loop);
 
   /** Queues a flush: drops the commands before it, finished blocks at once and

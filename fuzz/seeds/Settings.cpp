@@ -1,0 +1,35 @@
+#include "fuzz/Seeds.h"
+#include "tests/support/SettingsBlobs.h"
+
+namespace fuzz {
+
+namespace {
+
+using support::Bytes;
+
+} // namespace
+
+void settingsSeeds(const SeedTaker& take)
+{
+  const Bytes file = support::fileBlob({"a.wav", 48000, 0.5, 2.0});
+  const support::TrackSettings track = {1, 0, 0.5f, -0.5f, 2.0f, 1.0, 2.0, 0.25, file};
+  for (std::uint32_t version = 0; version <= 3; ++version) {
+    const Bytes blob = support::mixerBlob(version, 9.0f, {track, track});
+    const std::string text = support::scriptText(blob.data());
+    const std::string label = std::to_string(version);
+    take("text" + label, Bytes().u8(version).u8(0).text(text));
+    take("blob" + label, Bytes().u8(version).u8(1).append(blob));
+    take("script" + label,
+         Bytes().u8(version).u8(2)
+             .text("// a script\nOther(\"\\\"x\", 1);\n/* SetAudio( */ SetAudio(\"")
+             .text(text).text("\");\n"));
+  }
+  take("rejected", Bytes().u8(0).u8(1).append(support::mixerBlob(2, 1.0f, {{.provider = Bytes()
+      .text("AFILxxxx")}})));
+  take("empty_command", Bytes().u8(0).u8(2).text("# x\nSetAudio();"));
+  take("unfinished", Bytes().u8(0).u8(2).text("SetAudio(\"z1"));
+  take("escapes", Bytes().u8(0).u8(2).text("SetAudio(\"z\\1\\n\\t\\\\\") \"\\"));
+  take("none", Bytes().u8(0).u8(3));
+}
+
+} // namespace fuzz
