@@ -11,7 +11,8 @@
  *
  *  Any thread.  A Run calls nothing with the list's lock held, so that what is
  *  called may change the list: what is removed meanwhile is not called any
- *  more, what is added is called from the next run on.
+ *  more, what is added is called from the next run on.  A call that runs on
+ *  another thread may still be under way after its removal.
  */
 template <typename Function>
 class TovCallbackList {

@@ -142,7 +142,7 @@ double FifoModel::render(Answer answer)
     const bool isTooCoarse = asked > kBlockFrames;
     const long long frames = isTooCoarse ? 0 : std::max(asked, 0LL);
     span.loop = span.loop && !isTooCoarse;
-    if (frames > 0 && answer == Answer::Failure)
+    if (!isTooCoarse && answer == Answer::Failure)
       return kBlocked;
     for (long long i = 0; i < frames; ++i)
       block.frames.push_back(answer == Answer::Silence ? kSilence : first + i);

@@ -254,13 +254,21 @@ void TovAudioFIFO::workOnHead(TovAudioFIFOCmd*& pending)
   }
 }
 
+/** Whatever a provider throws is a failure like any other: the host's output
+ *  goes on. */
 void TovAudioFIFO::addAudioBlock(TovAudioFIFOCmd* cmd)
 {
   const TovAudioContext context(contextRate(cmd->sampleRate), playbackQuality(), 0.0, 0.0);
-  const TovAudioBlockPlan plan = tovPlanAudioBlock(*provider, context, *cmd);
-  cmd->loop = cmd->loop && plan.isPlayable;
-  if (cmd->loop && tovIsEmptySpan(*provider, context, *cmd)) {
-    TovSys::sleep(kPauseWithoutWork);
+  TovAudioBlockPlan plan;
+  try {
+    plan = tovPlanAudioBlock(*provider, context, *cmd);
+    cmd->loop = cmd->loop && plan.isPlayable;
+    if (cmd->loop && tovIsEmptySpan(*provider, context, *cmd)) {
+      TovSys::sleep(kPauseWithoutWork);
+      return;
+    }
+  } catch (...) {
+    TovSys::sleep(kPauseAfterFailure);
     return;
   }
   TovAudioFIFOBlock* const block = blocks.getFreeBlock();
@@ -269,7 +277,7 @@ void TovAudioFIFO::addAudioBlock(TovAudioFIFOCmd* cmd)
     return;
   }
 
-  const int status = plan.frames > 0 ? renderBlock(*block, context, plan.t0, plan.t1) : 0;
+  const int status = plan.isPlayable ? renderBlock(*block, context, plan.t0, plan.t1) : 0;
   if (status != 0 && status != kNothingToDeliver) {
     blocks.freeBlock(block);
     TovSys::sleep(kPauseAfterFailure);
@@ -288,8 +296,6 @@ void TovAudioFIFO::addAudioBlock(TovAudioFIFOCmd* cmd)
   blocks.linkFinished(block);
 }
 
-/** Whatever a provider throws is a failure like any other: the host's output
- *  goes on. */
 int TovAudioFIFO::renderBlock(TovAudioFIFOBlock& block, const TovAudioContext& context, double t0,
                               double t1)
 {
@@ -305,7 +311,11 @@ int TovAudioFIFO::renderBlock(TovAudioFIFOBlock& block, const TovAudioContext& c
     status = provider->getAudio(outputs, leftAndRight, context, t0, t1);
   } catch (...) {
   }
-  provider->deactivate();
+  try {
+    provider->deactivate();
+  } catch (...) {
+    status = kFailed;
+  }
   return status;
 }
 

@@ -47,8 +47,9 @@ public:
    *  is queued; backwards where the end lies before the start; with @p loop
    *  again and again until a flush.  Of the context only the sample rate
    *  counts.  Times that are not finite, or so large that frames cannot be told
-   *  apart, and rates below 1 end at once, looping or not, with a stop request.  A span whose
-   * provider fails is tried again until it works or is flushed.  Allocates. */
+   *  apart, and rates below 1 end at once, looping or not, with a stop request.
+   *  A span whose provider fails is tried again until it works or is flushed.
+   *  Allocates. */
   void addBlock(const TovAudioContext& context, double startTime, double endTime, bool loop);
 
   /** Queues a flush: drops the commands before it, finished blocks at once and
@@ -58,9 +59,10 @@ public:
   /** @p function(data) is called on the feeder thread when the last block of a
    *  span that does not loop has been played; after it, what is queued is
    *  flushed, but for what stands behind a flush that another thread queued
-   *  meanwhile.  Null: ends go unnoticed, nothing is flushed.  On return the
-   *  old function is not running and not called again, unless this is called
-   *  from inside it; so it blocks while it runs elsewhere. */
+   *  meanwhile.  An end that such a flush has overtaken is not told of.  Null:
+   *  ends go unnoticed, nothing is flushed.  On return the old function is not
+   *  running and not called again, unless this is called from inside it; so it
+   *  blocks while it runs elsewhere. */
   void setStopRequestCallback(void (*function)(void*), void* data);
 
   /** Writes the next @p frames frames into both outputs: 0 when they were all

@@ -56,7 +56,8 @@ public:
   virtual void addPlaybackCallback(PlaybackCallback function, void* data);
 
   /** Removes the first registration of the function, if there is one; a
-   *  notification that is under way does not call it any more.  Any thread. */
+   *  notification that is under way does not call it any more.  Any thread; a
+   *  call that runs on another one may still be under way on return. */
   virtual void removePlaybackCallback(PlaybackCallback function);
 
   /** The low-pass filter's frequency in hertz; none at 0. */

@@ -84,6 +84,8 @@ int TovAudioPlayerOSX::initializeEngine()
 
 TovAudioPlayerOSX::~TovAudioPlayerOSX()
 {
+  // A stop request callback that is under way may use the engine.
+  fifo->setStopRequestCallback(nullptr, nullptr);
   if (initialized)
     TovAudioPlayerOSX::stop();
   if (engineMixer)

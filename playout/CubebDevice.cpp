@@ -61,9 +61,13 @@ public:
     if (stateOf(seen) != State::running)
       return stateOf(seen);
     const unsigned int count = pulls.load(std::memory_order_relaxed);
-    if (std::exchange(knownPulls, count) != count)
-      pulledAt = Clock::now();
-    else if (Clock::now() - pulledAt > kStandstill)
+    const Clock::time_point now = Clock::now();
+    // Where nobody has looked for a while, the whole process may have stood
+    // still: then the stream gets its time again.
+    const bool isLookedAt = now - std::exchange(lookedAt, now) < kStandstill / 2;
+    if (std::exchange(knownPulls, count) != count || !isLookedAt)
+      pulledAt = now;
+    else if (now - pulledAt > kStandstill)
       lose(seen >> kBits);
     return get();
   }
@@ -110,6 +114,7 @@ private:
   std::mutex watching;
   unsigned int knownPulls = 0; ///< protected by watching
   Clock::time_point pulledAt;  ///< protected by watching; when that many were seen
+  Clock::time_point lookedAt;  ///< protected by watching; of watched()
 };
 
 /** One context with one stream on its default output: what lives from open()

@@ -42,10 +42,14 @@ std::unique_ptr<PlayoutDevice> DeviceChoice::open(PlayoutSource& source, double 
 }
 
 std::unique_ptr<PlayoutDevice> DeviceChoice::openAndStart(PlayoutSource& source, double rate,
-                                                          int channels)
+                                                          int channels,
+                                                          const std::function<void()>& beforeStart)
 {
   auto device = choose([&](PlayoutDevice& tried) {
-    return tried.open(source, rate, channels) == 0 && tried.start() == 0;
+    if (tried.open(source, rate, channels) != 0)
+      return false;
+    beforeStart();
+    return tried.start() == 0;
   });
   if (device && !fellBack)
     hasWarned = false;

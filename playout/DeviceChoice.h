@@ -31,8 +31,10 @@ public:
   /** A device that has been opened, or null. */
   std::unique_ptr<PlayoutDevice> open(PlayoutSource& source, double rate, int channels);
 
-  /** The same, started as well. */
-  std::unique_ptr<PlayoutDevice> openAndStart(PlayoutSource& source, double rate, int channels);
+  /** The same, started as well; @p beforeStart is called before each start,
+   *  since one that fails may have pulled. */
+  std::unique_ptr<PlayoutDevice> openAndStart(PlayoutSource& source, double rate, int channels,
+                                              const std::function<void()>& beforeStart);
 
   /** The last device that was opened is silence that nobody asked for: before
    *  it is started, the output is worth another try. */

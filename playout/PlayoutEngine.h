@@ -58,7 +58,7 @@ TOV_PLAYOUT_API int PeMixerCreate(int outputs, PeMixer* mixer);
 
 /** Stops the transport, closes the device and frees the mixer with all its
  *  handles.  No supplier call is under way or arrives after it returns.
- *  Blocks for a second at the most. */
+ *  Blocks for a second at the most, and as long as a supplier call takes. */
 TOV_PLAYOUT_API int PeMixerDestroy(PeMixer mixer);
 
 /** Drops what the engine holds of the last playback: its meters, and a device

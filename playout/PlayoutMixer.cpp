@@ -47,7 +47,7 @@ int PlayoutMixer::createTrack(PeAudioSupplierProc supplier, void* refCon, int ch
 int PlayoutMixer::reset()
 {
   const std::lock_guard<std::mutex> guard(controlMutex);
-  if (plays() || endRun() != 0)
+  if (plays() || !gate.waitUntilOutside(std::chrono::seconds(0)))
     return 1;
   if (track)
     track->clear();
@@ -196,8 +196,7 @@ int PlayoutMixer::startDevice()
   // A device that was never started holds nothing stale.
   const bool isFresh = device && device->state() == PlayoutDevice::State::stopped;
   if (isFresh && !choice.isFallback()) {
-    transport.renew();
-    transport.tryPlay();
+    beginRun();
     auto starting = std::move(device); // goes where its start fails or throws
     if (starting->start() == 0) {
       device = std::move(starting);
@@ -210,10 +209,18 @@ int PlayoutMixer::startDevice()
 int PlayoutMixer::startAnotherDevice()
 {
   closeDevice();
+  device = choice.openAndStart(*this, track->rate(), track->channels(), [this] { beginRun(); });
+  return device ? 0 : 1;
+}
+
+/** On a device that is about to start: one whose start failed may have pulled. */
+void PlayoutMixer::beginRun()
+{
+  written = 0;
+  silence = 0;
+  track->clear();
   transport.renew();
   transport.tryPlay();
-  device = choice.openAndStart(*this, track->rate(), track->channels());
-  return device ? 0 : 1;
 }
 
 void PlayoutMixer::closeDevice()
@@ -223,6 +230,4 @@ void PlayoutMixer::closeDevice()
   device.reset();
   if (devicePosition)
     devicePosition->reset();
-  written = 0;
-  silence = 0;
 }

@@ -63,6 +63,7 @@ private:
   bool prepareRun();
   int startDevice();
   int startAnotherDevice();
+  void beginRun();
   void closeDevice();
 
   const PlayoutClock& clock;

@@ -1,6 +1,8 @@
 // Construction and destruction of a FIFO.
 
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 
 #include "core/TovSys.h"
 #include "tests/playback/FifoTest.h"
@@ -30,6 +32,25 @@ TEST_F(FifoLifeTest, AProviderThatOnlyTheFifoHoldsGoesWithIt)
   EXPECT_FALSE(isGone);
   fifo.reset();
   EXPECT_TRUE(isGone);
+}
+
+TEST_F(FifoLifeTest, ConstructionWaitsUntilTheFeederRuns)
+{
+  fifo.reset();
+  SteppedHost::holdNextThread();
+  std::atomic<bool> isMade{false};
+  std::thread making([&] {
+    fifo = std::make_unique<TovAudioFIFO>(provider.get());
+    isMade = true;
+  });
+  while (SteppedHost::threadsAlive() == 0)
+    std::this_thread::yield();
+  for (int i = 0; i < 3000; ++i) // ample time for one that does not wait
+    std::this_thread::yield();
+  EXPECT_FALSE(isMade);
+  SteppedHost::letGo();
+  making.join();
+  EXPECT_EQ(0.01, SteppedHost::step());
 }
 
 TEST_F(FifoLifeTest, OneThreadFeedsAndEndsWithTheFifo)
@@ -136,7 +157,7 @@ TEST_F(FifoLifeTest, FifosCanBeMadeAndDroppedAtOnceManyTimes)
 #ifdef __OPTIMIZE__
   const int usual = 100000;
 #else
-  const int usual = 20000;
+  const int usual = 5000;
 #endif
   const bool isLong = std::getenv("TOV_TEST_LONG") != nullptr;
   const int times = isLong ? 500000 : support::hasSanitizerOverhead() ? 5000 : usual;

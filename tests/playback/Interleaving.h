@@ -134,6 +134,9 @@ public:
       expected = value;
     Interleaving::observed(isEqual);
     told(expected);
+    // What was handed over may be in use before the next operation here.
+    if (isEqual)
+      Interleaving::point();
     return isEqual;
   }
 

@@ -35,6 +35,8 @@ std::vector<double> hostPauses;
 std::function<void(double)> pauseListener;
 long long startedThreads = 0;
 bool isNextRefused = false;
+bool isNextHeld = false; ///< by the gate
+std::condition_variable gate;
 double clockTime = 0.0;
 
 thread_local Stepped* self = nullptr;
@@ -131,6 +133,10 @@ TovThread* TovThread::t_create(void (*function)(TovThread*, void*), void* argume
     threads.reserve(threads.size() + 1);
     stepped->thread = std::thread([function, argument, created, stepped] {
       self = stepped;
+      {
+        Lock begin(mutex);
+        gate.wait(begin, [] { return !isNextHeld; });
+      }
       function(created, argument);
       const Lock end(mutex);
       stepped->state = State::Ended;
@@ -274,6 +280,19 @@ void SteppedHost::refuseNextThread()
 {
   const Lock lock(mutex);
   isNextRefused = true;
+}
+
+void SteppedHost::holdNextThread()
+{
+  const Lock lock(mutex);
+  isNextHeld = true;
+}
+
+void SteppedHost::letGo()
+{
+  const Lock lock(mutex);
+  isNextHeld = false;
+  gate.notify_all();
 }
 
 bool SteppedHost::isStepped()

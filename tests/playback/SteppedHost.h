@@ -42,6 +42,10 @@ public:
   /** The next thread cannot be had. */
   static void refuseNextThread();
 
+  /** The next thread does not begin before it is let go. */
+  static void holdNextThread();
+  static void letGo();
+
   /** Whether this is called on a stepped thread. */
   static bool isStepped();
 

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/playout/SteppedEngine.h"
+#include "tests/support/Messages.h"
 
 namespace {
 
 using support::PlayingEngine;
+using support::SteppedEngine;
 using State = PlayoutDevice::State;
 
 TEST(LostDevice, IsNotPlayed)
@@ -119,6 +121,21 @@ TEST(LostDevice, CanBeDestroyed)
   engine.device().state = State::lost;
   engine.destroy();
   EXPECT_EQ(engine.device().closings, 1);
+}
+
+TEST(LostDevice, WhatAStartThatFailedHadPulledBelongsToNoRun)
+{
+  SteppedEngine engine;
+  engine.outputStarts = false;
+  engine.pulledByFailedStart = 700;
+  const support::Messages messages;
+  ASSERT_EQ(engine.createTrack(), 0);
+  engine.start(50);
+  ASSERT_EQ(engine.made.back(), "silence");
+  EXPECT_EQ(engine.device().pull(500), engine.supplier.heard(50, 500));
+  engine.device().position = 200;
+  engine.clock.advance(1.0);
+  EXPECT_EQ(engine.time(), 250.0);
 }
 
 TEST(LostDevice, OneThatEndsByItselfCountsAsLost)

@@ -29,10 +29,15 @@ public:
   }
   int start() override
   {
-    if (device->startFails || device->state != State::stopped)
+    if (device->state != State::stopped)
       return 1;
     device->state = State::running;
-    return 0;
+    if (!device->startFails)
+      return 0;
+    if (device->pulledByFailedStart > 0)
+      device->pull(device->pulledByFailedStart);
+    device->state = State::stopped;
+    return 1;
   }
   int stop() override
   {

@@ -32,6 +32,7 @@ struct SteppedDevice {
   int stops = 0;
   bool openFails = false;
   bool startFails = false;
+  long pulledByFailedStart = 0; ///< frames, before a start that fails does so
   std::vector<float> written; ///< since it was opened
 
   /** Pulls as the device's callback would; what was written by it.  Throws

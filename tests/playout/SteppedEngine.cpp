@@ -111,6 +111,7 @@ std::unique_ptr<PlayoutDevice> SteppedEngine::make(bool opens, bool starts)
   devices.push_back(std::make_shared<SteppedDevice>());
   devices.back()->openFails = !opens;
   devices.back()->startFails = !starts;
+  devices.back()->pulledByFailedStart = pulledByFailedStart;
   return steppedDevice(devices.back());
 }
 

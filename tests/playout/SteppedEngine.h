@@ -53,6 +53,7 @@ public:
   bool outputIsBuilt = true;     ///< the engine was built with an audio output
   bool outputOpens = true;       ///< there is one that can be opened
   bool outputStarts = true;      ///< it can be started as well
+  long pulledByFailedStart = 0;
   bool silenceOpens = true;
 
   PeMixer mixer = nullptr;
