@@ -107,7 +107,6 @@ int TovAudioPlayerOSX::play(double start, double end, bool loop)
   startSample = start * rate;
   endSample = end != start ? end * rate : 0.0;
   TovSys::sleep(kPauseForFeeder);
-  giveBackBlocks();
   fifo->addBlock(context, start, end, loop);
   TovSys::sleep(kPauseForFeeder);
   callPlaybackCallbacks(Playing, 0.0f, 0.0f);
@@ -115,15 +114,6 @@ int TovAudioPlayerOSX::play(double start, double end, bool loop)
   PeTransportSetStartTime(transport, std::min(endSample, startSample));
   PeTransportStart(transport);
   return 0;
-}
-
-/** The output holds blocks of what was played before, which the flush drops at
- *  its next call only; by then the new span is to be rendered ahead, in all
- *  four.  The transport is stopped, so that no call of the output's overlaps
- *  this one. */
-void TovAudioPlayerOSX::giveBackBlocks()
-{
-  fifo->fillAudioBuffers(TovNLPArray<float>(), 0);
 }
 
 int TovAudioPlayerOSX::stop()

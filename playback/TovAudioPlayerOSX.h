@@ -69,7 +69,6 @@ private:
   int audioSupplierFunc(double time, unsigned int n, unsigned int frames, float** buffers,
                         bool* flag);
   int initializeEngine();
-  void giveBackBlocks();
   int getVolumeParameter(PeParameter* parameter, float* minimum, float* maximum) const;
 
   PeMixer engineMixer;
