@@ -217,9 +217,9 @@ void TovAudioFIFO::appendClaimedCmds(TovAudioFIFOCmd*& pending)
 
 void TovAudioFIFO::carryOutFlushes(TovAudioFIFOCmd*& pending)
 {
-  while (TovAudioFIFOCmd* const flush = *linkToFlush(pending)) {
+  while (TovAudioFIFOCmd*& flush = *linkToFlush(pending)) {
     if (isOvertaken(*flush)) {
-      removeHead(*linkToFlush(pending));
+      removeHead(flush);
       continue;
     }
     flushesOfOthers += flush->isFeeders ? 0 : 1;

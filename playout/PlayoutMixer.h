@@ -60,7 +60,6 @@ private:
   bool plays() const;
   void updatePosition();
   int endRun();
-  bool prepareRun();
   int startDevice();
   int startAnotherDevice();
   void beginRun();
