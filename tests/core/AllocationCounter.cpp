@@ -1,5 +1,6 @@
 #include "tests/core/AllocationCounter.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
@@ -10,6 +11,7 @@ namespace {
 // Constant-initialised, because static constructors allocate too.
 thread_local long long allocationCount = 0;
 thread_local long long deallocationCount = 0;
+std::atomic<long long> heldCount = 0;
 thread_local long long successesLeft = -1; ///< -1 while no failure is due
 thread_local bool hasFailed = false;
 
@@ -27,6 +29,7 @@ void* take(std::size_t bytes) noexcept
   if (failsNow())
     return nullptr;
   ++allocationCount;
+  heldCount.fetch_add(1, std::memory_order_relaxed);
   return std::malloc(bytes ? bytes : 1);
 }
 
@@ -35,6 +38,7 @@ void* takeAligned(std::size_t bytes, std::align_val_t alignment) noexcept
   if (failsNow())
     return nullptr;
   ++allocationCount;
+  heldCount.fetch_add(1, std::memory_order_relaxed);
   const std::size_t boundary = static_cast<std::size_t>(alignment);
   return std::aligned_alloc(boundary, (bytes / boundary + 1) * boundary);
 }
@@ -56,6 +60,7 @@ void give(void* block) noexcept
   if (!block)
     return;
   ++deallocationCount;
+  heldCount.fetch_sub(1, std::memory_order_relaxed);
   overwrite(block, 0xA5, ::malloc_usable_size(block));
   std::free(block);
 }
@@ -99,6 +104,11 @@ long long AllocationCounter::allocations() const
 long long AllocationCounter::deallocations() const
 {
   return deallocationCount - deallocationsBefore;
+}
+
+long long blocksHeld()
+{
+  return heldCount.load(std::memory_order_relaxed);
 }
 
 FailingAllocation::FailingAllocation(long long successesBefore)

@@ -15,6 +15,9 @@ private:
   long long deallocationsBefore;
 };
 
+/** Blocks of operator new that the program holds now, of all threads. */
+long long blocksHeld();
+
 /** Lets one allocation of the calling thread fail while it lives: the first
  *  for 0, the second for 1, and so on. */
 class FailingAllocation {
