@@ -89,7 +89,8 @@ ProviderReference<TovAudioFile> MixGraph::inputFor(const MixTrack& track, const 
   ProviderReference<TovAudioFile> input(file);
   file->chooseChannels(plan.leftChannel, plan.rightChannel);
   file->reference();
-  files.emplace_back(file);
+  ProviderReference<WatchedFile> own(file); // before there is room for it
+  files.push_back(std::move(own));
   return input;
 }
 

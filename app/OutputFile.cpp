@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -86,14 +85,12 @@ void OutputFile::makeTemporary()
   // Leaves room for what is added within the 255 bytes that a name may have.
   constexpr std::size_t kMostOfName = 200;
   const std::string base = std::filesystem::path(target).filename().string().substr(0, kMostOfName);
-  const std::string pattern = folder + "/." + base + ".tov-XXXXXX";
-  std::vector<char> path(pattern.begin(), pattern.end());
-  path.push_back('\0');
-  descriptor = mkostemp(path.data(), O_CLOEXEC);
+  temporaryPath = folder + "/." + base + ".tov-XXXXXX";
+  descriptor = mkostemp(temporaryPath.data(), O_CLOEXEC);
   if (descriptor < 0) {
+    temporaryPath.clear();
     throw Failure(name, "cannot be written: " + systemErrorText(errno));
   }
-  temporaryPath = path.data();
   // A temporary file is private; the finished one is like any other.  A file
   // system without permissions may refuse, and loses nothing by it.
   (void)fchmod(descriptor, modeFor(target));

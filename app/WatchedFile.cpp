@@ -1,5 +1,7 @@
 #include "app/WatchedFile.h"
 
+#include <cerrno>
+
 #include "app/Failures.h"
 #include "app/RefusalReason.h"
 #include "app/SourceBlocks.h"
@@ -36,11 +38,13 @@ int WatchedFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<in
                           const TovAudioContext& context, double t0, double t1)
 {
   const TovNLArray<int>& channels = chosenChannels.getCount() > 0 ? chosenChannels : channelMap;
+  errno = 0; // a call of the system that failed shows nowhere else
   const int status = TovAudioFile::getAudio(buffers, channels, context, t0, t1);
+  const bool isCallFailed = errno != 0 && errno != EINTR;
   if (status == kNothingToDeliver) {
     return status;
   }
-  if (status != 0 || !isStillWhole(source)) {
+  if (status != 0 || isCallFailed || !isStillWhole(source)) {
     hasFailed = true;
   }
   return status;

@@ -254,7 +254,14 @@ int TovAudioMixer::addProvider(TovAudioProvider* provider)
   {
     const LockedProvider locked(*this);
     appendTrack(std::make_unique<TovAudioTrack>(provider));
-    provider->addCallback(childNotifyCallbackStatic, this);
+    try {
+      provider->addCallback(childNotifyCallbackStatic, this);
+    } catch (...) {
+      const int last = getNumTracksNoLock() - 1;
+      delete getTrackNoLock(last);
+      tracks.removeByIndex(static_cast<unsigned long>(last));
+      throw;
+    }
   }
   callNotifyCallbacks();
   return 0;

@@ -28,11 +28,25 @@ bool settingsText(TovAudioMixer& mixer, TovBuffer& text)
   const int length = mixer.serialize(&blob);
   const std::unique_ptr<unsigned char[]> owned(static_cast<unsigned char*>(blob));
   if (!blob)
-    return false;
+    return false; // GCOVR_EXCL_LINE: 2 GiB of settings
   text.allocate(static_cast<unsigned long>(length));
   std::memcpy(text.getData(), blob, static_cast<std::size_t>(length));
   return TovCompressor::compressBuffer(text, length) == 0;
 }
+
+/** A reference to the master mixer for a scope, on every way out of it. */
+class HeldMasterMixer {
+public:
+  HeldMasterMixer() : mixer(TovAudioMixer::getMasterMixer()) {}
+  ~HeldMasterMixer() { mixer->dereference(); }
+  HeldMasterMixer(const HeldMasterMixer&) = delete;
+  HeldMasterMixer& operator=(const HeldMasterMixer&) = delete;
+
+  TovAudioMixer& operator*() const { return *mixer; }
+
+private:
+  TovAudioMixer* mixer;
+};
 
 const char* charactersOf(const TovBuffer& text)
 {
@@ -56,21 +70,19 @@ TovAudioMixer* TovAudioMixer::getMasterMixer()
 
 void TovAudioMixer::saveAudioStatic(TovFile* file)
 {
-  TovAudioMixer* const mixer = getMasterMixer();
+  const HeldMasterMixer mixer;
   TovBuffer text;
   if (file && settingsText(*mixer, text))
     file->printf(kCommandFormat, TovScript::_audioLoadCmd, charactersOf(text));
-  mixer->dereference();
 }
 
 TovString TovAudioMixer::saveAudioStringStatic()
 {
-  TovAudioMixer* const mixer = getMasterMixer();
+  const HeldMasterMixer mixer;
   TovBuffer text;
   TovName line;
   if (settingsText(*mixer, text))
     line = TovName::sprintf(kCommandFormat, TovScript::_audioLoadCmd, charactersOf(text));
-  mixer->dereference();
   return TovString(line.c_str());
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 #include <zlib.h>
@@ -85,6 +86,8 @@ bool inflateExactly(const Bytes& packed, TovBuffer& out)
   uLong consumed = streamBytes;
   const int result = uncompress2(length ? out.getData() : &spare, &inflated,
                                  packed.data() + kLengthBytes, &consumed);
+  if (result == Z_MEM_ERROR)
+    throw std::bad_alloc();
   return result == Z_OK && inflated == length && consumed == streamBytes;
 }
 
@@ -101,8 +104,12 @@ int TovCompressor::compressBuffer(TovBuffer& buffer, int length)
   for (std::size_t i = 0; i < kLengthBytes; ++i)
     packed[i] = static_cast<unsigned char>(dataBytes >> (8 * (kLengthBytes - 1 - i)) & 0xff);
   const unsigned char nothing = 0;
-  if (compress2(packed.data() + kLengthBytes, &streamBytes, dataBytes ? buffer.getData() : &nothing,
-                dataBytes, Z_BEST_COMPRESSION) != Z_OK)
+  const int result = compress2(packed.data() + kLengthBytes, &streamBytes,
+                               dataBytes ? buffer.getData() : &nothing, dataBytes,
+                               Z_BEST_COMPRESSION);
+  if (result == Z_MEM_ERROR)
+    throw std::bad_alloc();
+  if (result != Z_OK)
     return 1;
   packed.resize(kLengthBytes + streamBytes);
 

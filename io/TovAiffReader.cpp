@@ -36,7 +36,10 @@ struct AiffLayout {
       return false;
     const unsigned char* cursor = offsetAndBlockSize;
     const std::uint32_t offset = tovReadBigEndian(cursor, 4);
-    *dataOffset = offset + static_cast<std::uint32_t>(file.tell()); // 32-bit in this format
+    const long long position = file.tell();
+    if (position < 0)
+      return false;
+    *dataOffset = offset + static_cast<std::uint32_t>(position); // 32-bit in this format
     skip = size > kBytes ? size - kBytes : 0;
     return true;
   }

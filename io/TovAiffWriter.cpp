@@ -16,8 +16,8 @@ void putNumber(TovFile& file, long long position, long long number)
   unsigned char bytes[4];
   unsigned char* cursor = bytes;
   tovWriteBigEndian(cursor, static_cast<std::uint32_t>(number), 4);
-  file.seek(position, 0);
-  file.write(bytes, sizeof bytes);
+  if (file.seek(position, 0))
+    file.write(bytes, sizeof bytes);
 }
 
 /** A whole rate of at least 1 as an 80-bit extended number.  Only the low byte
@@ -58,11 +58,11 @@ int TovAiffWriter::initialize(const char* path, const TovAudioIOFormat& wanted)
     return 1;
   isOpen = true;
   format = {};
-  if (!writeHeader(record)) {
+  dataStart = writeHeader(record) ? static_cast<std::int32_t>(file.tell()) : 0;
+  if (dataStart <= 0) {
     close();
     return 1;
   }
-  dataStart = static_cast<std::int32_t>(file.tell());
   framesWritten = 0;
   format = record;
   return 0;
@@ -95,9 +95,11 @@ void TovAiffWriter::close()
 {
   if (isOpen && dataStart > 0) {
     const long long end = file.tell();
-    putNumber(file, 4, end - 8);
-    putNumber(file, frameCountPos, framesWritten);
-    putNumber(file, dataStart - 12, end - dataStart + 8);
+    if (end >= dataStart) {
+      putNumber(file, 4, end - 8);
+      putNumber(file, frameCountPos, framesWritten);
+      putNumber(file, dataStart - 12, end - dataStart + 8);
+    }
   }
   file.close();
   dataStart = 0;

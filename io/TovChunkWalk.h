@@ -48,8 +48,8 @@ public:
       }
       if (formatSeen && samplesSeen)
         return 0;
-      if (static_cast<std::int32_t>(skip) > 0)
-        file.seek(file.tell() + skip, 0);
+      if (static_cast<std::int32_t>(skip) > 0 && !skipBytes(skip))
+        return 1;
     }
     return 1;
   }
@@ -64,6 +64,12 @@ private:
       return false;
     fillChunkDesc(desc, bytes);
     return true;
+  }
+
+  bool skipBytes(std::uint32_t bytes)
+  {
+    const long long position = file.tell();
+    return position >= 0 && file.seek(position + bytes, 0) != 0;
   }
 
   bool isChunk(const char* id) const { return std::memcmp(desc.id, id, 4) == 0; }

@@ -30,7 +30,10 @@ struct WavLayout {
 
   bool takeSamples(TovFile& file, std::uint32_t size, std::uint32_t& skip)
   {
-    *dataOffset = static_cast<std::int32_t>(file.tell()); // positions are 32-bit in this format
+    const long long position = file.tell();
+    if (position < 0)
+      return false;
+    *dataOffset = static_cast<std::int32_t>(position); // positions are 32-bit in this format
     *dataSize = size;
     skip = size;
     return true;

@@ -14,8 +14,8 @@ void putNumber(TovFile& file, long long position, long long number)
   unsigned char bytes[4];
   unsigned char* cursor = bytes;
   tovWriteLittleEndian(cursor, static_cast<std::uint32_t>(number), 4);
-  file.seek(position, 0);
-  file.write(bytes, sizeof bytes);
+  if (file.seek(position, 0))
+    file.write(bytes, sizeof bytes);
 }
 
 } // namespace
@@ -41,11 +41,11 @@ int TovWavWriter::initialize(const char* path, const TovAudioIOFormat& wanted)
     return 1;
   isOpen = true;
   format = {};
-  if (!writeHeader(record)) {
+  dataStart = writeHeader(record) ? static_cast<std::int32_t>(file.tell()) : 0;
+  if (dataStart <= 0) {
     close();
     return 1;
   }
-  dataStart = static_cast<std::int32_t>(file.tell());
   format = record;
   return 0;
 }
@@ -77,8 +77,10 @@ void TovWavWriter::close()
 {
   if (isOpen && dataStart > 0) {
     const long long end = file.tell();
-    putNumber(file, 4, end - 8);
-    putNumber(file, dataStart - 4, end - dataStart);
+    if (end >= dataStart) {
+      putNumber(file, 4, end - 8);
+      putNumber(file, dataStart - 4, end - dataStart);
+    }
   }
   file.close();
   dataStart = 0;

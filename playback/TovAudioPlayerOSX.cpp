@@ -49,17 +49,34 @@ int sourceRateOf(int filterFrequency)
 TovAudioPlayerOSX::TovAudioPlayerOSX()
     : engineMixer(nullptr), engineTrack(nullptr), transport(nullptr), levelModule(nullptr),
       masterMixer(TovAudioMixer::getMasterMixer()),
-      context(kSampleRate, kQuality, hostFrameRate(), 0.0),
-      resampler(new TovAudioResampler(masterMixer)), fifo(new TovAudioFIFO(resampler)),
+      context(kSampleRate, kQuality, hostFrameRate(), 0.0), resampler(nullptr), fifo(nullptr),
       initialized(false), meterKeys(), meterTimes(), meterKeyCount(0), startSample(0.0),
       endSample(0.0)
 {
-  const int status = initializeEngine();
-  initialized = status == 0;
-  if (!initialized)
-    TovSys::error("%ETovAudioPlayerOSX: Could not initialize audio playback engine "
-                  "(status = %d), audio playback disabled.\n",
-                  status);
+  try {
+    resampler = new TovAudioResampler(masterMixer);
+    fifo = new TovAudioFIFO(resampler);
+    const int status = initializeEngine();
+    initialized = status == 0;
+    if (!initialized)
+      TovSys::error("%ETovAudioPlayerOSX: Could not initialize audio playback engine "
+                    "(status = %d), audio playback disabled.\n",
+                    status);
+  } catch (...) {
+    release();
+    throw;
+  }
+}
+
+/** Everything that the constructor took, as far as it came. */
+void TovAudioPlayerOSX::release()
+{
+  if (engineMixer)
+    PeMixerDestroy(engineMixer);
+  masterMixer->dereference();
+  if (resampler)
+    resampler->dereference();
+  delete fifo;
 }
 
 /** The first status that is not 0; nothing is tried after it.  What there is
@@ -88,12 +105,7 @@ TovAudioPlayerOSX::~TovAudioPlayerOSX()
   fifo->setStopRequestCallback(nullptr, nullptr);
   if (initialized)
     TovAudioPlayerOSX::stop();
-  if (engineMixer)
-    PeMixerDestroy(engineMixer);
-  initialized = false;
-  masterMixer->dereference();
-  resampler->dereference();
-  delete fifo;
+  release();
 }
 
 // --- Transport ------------------------------------------------------------

@@ -69,6 +69,7 @@ private:
   int audioSupplierFunc(double time, unsigned int n, unsigned int frames, float** buffers,
                         bool* flag);
   int initializeEngine();
+  void release();
   int getVolumeParameter(PeParameter* parameter, float* minimum, float* maximum) const;
 
   PeMixer engineMixer;
