@@ -30,9 +30,13 @@ std::uint32_t HeaderBytes::number(long long position, int count)
 ChunkPlaces findChunks(HeaderBytes& bytes, const char* descriptionId, const char* soundId,
                        bool areOddSizesPadded)
 {
+  // As many as the library looks at: no file of worth has more.
+  constexpr int kMostChunks = 1 << 16;
   ChunkPlaces places;
   long long position = 12;
-  while (position + 8 <= bytes.size() && !(places.description >= 0 && places.sound >= 0)) {
+  for (int chunk = 0; chunk < kMostChunks && position + 8 <= bytes.size() &&
+                      !(places.description >= 0 && places.sound >= 0);
+       ++chunk) {
     const std::string id = bytes.text(position, 4);
     const std::uint32_t size = bytes.number(position + 4, 4);
     position += 8;

@@ -306,7 +306,11 @@ int TovAudioFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<i
 
   Span span;
   const int status = planSpan(span, format, context, t0, t1);
-  return status == 0 ? render(span, buffers, channelMap, context) : status;
+  if (status != 0)
+    return status;
+  const int rendered = render(span, buffers, channelMap, context);
+  releaseSampleBuffersInExcess();
+  return rendered;
 }
 
 /** Caller holds both locks. */

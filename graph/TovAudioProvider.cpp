@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <bit>
 #include <climits>
 #include <cmath>
@@ -17,6 +18,9 @@ namespace {
 /** Kept to spare in each sample buffer, so that requests that vary slightly in
  *  length do not reallocate. */
 constexpr long long kHeadRoomFrames = 10;
+
+/** In the sample buffers of all providers. */
+std::atomic<long long> samplesHeld = 0;
 
 template <typename Unsigned>
 Unsigned readBigEndian(unsigned char** cursor)
@@ -230,6 +234,7 @@ void TovAudioProvider::allocSampleBuffers(int numChannels, long long frames)
     std::unique_ptr<float[]> block(new float[static_cast<std::size_t>(sampleBufferFrames)]);
     sampleBuffers.append(block.get());
     block.release();
+    samplesHeld += sampleBufferFrames;
   }
 }
 
@@ -237,8 +242,18 @@ void TovAudioProvider::clearSampleBuffers()
 {
   for (int i = 0; i < sampleBuffers.getCount(); ++i)
     delete[] sampleBuffers[i];
+  samplesHeld -= sampleBuffers.getCount() * sampleBufferFrames;
   sampleBuffers.clear();
   sampleBufferFrames = 0;
+}
+
+void TovAudioProvider::releaseSampleBuffersInExcess()
+{
+  constexpr long long kMostSamplesHeld = 1LL << 22;
+  if (samplesHeld > kMostSamplesHeld) {
+    const TovLockGuard guard(bufferLock);
+    clearSampleBuffers();
+  }
 }
 
 // --- Blob primitives ------------------------------------------------------

@@ -150,6 +150,11 @@ protected:
    *  44.1 kHz.  Beyond that it is a mistake and not worth the memory. */
   static constexpr long long kMostRequestFrames = 1LL << 28;
 
+  /** Frees this provider's sample buffers where those of all providers hold more
+   *  than 2^22 samples: settings may name hundreds of files that each need
+   *  long ones.  Caller has done with them. */
+  void releaseSampleBuffersInExcess();
+
   static bool hasNullBuffer(const TovNLPArray<float>& buffers);
 
   /** The position, in source frames and rounded up, of the last of
