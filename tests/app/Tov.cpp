@@ -2,14 +2,29 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 
 namespace support {
 
+namespace {
+
+/** The words of TOV_TEST_TOOL, a command that the program is to run under. */
+std::vector<std::string> tool()
+{
+  const char* const words = std::getenv("TOV_TEST_TOOL");
+  std::istringstream stream(words ? words : "");
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+} // namespace
+
 Launch TovTest::launch(const std::vector<std::string>& arguments) const
 {
-  Launch launch{.arguments = {TOV_PROGRAM}, .folder = folder.folder()};
+  Launch launch{.arguments = tool(), .folder = folder.folder()};
+  launch.arguments.emplace_back(TOV_PROGRAM);
   launch.arguments.insert(launch.arguments.end(), arguments.begin(), arguments.end());
   return launch;
 }

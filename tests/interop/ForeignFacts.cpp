@@ -1,0 +1,107 @@
+#include "tests/interop/ForeignFacts.h"
+
+#include <ostream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "tests/interop/LibraryFiles.h"
+#include "tests/interop/Sndfile.h"
+#include "tests/support/Program.h"
+
+namespace support {
+
+namespace {
+
+int bitsOf(int sndfileFormat)
+{
+  switch (sndfileFormat & SF_FORMAT_SUBMASK) {
+  case SF_FORMAT_PCM_S8:
+  case SF_FORMAT_PCM_U8:
+    return 8;
+  case SF_FORMAT_PCM_16:
+    return 16;
+  case SF_FORMAT_PCM_24:
+    return 24;
+  case SF_FORMAT_PCM_32:
+    return 32;
+  default:
+    throw std::runtime_error("no integers");
+  }
+}
+
+long long numberBySox(const std::string& path, const char* option)
+{
+  return std::stoll(runOrThrow({"sox", "--i", option, path}).out);
+}
+
+} // namespace
+
+void PrintTo(const Facts& facts, std::ostream* stream)
+{
+  *stream << facts.frames << " frames of " << facts.channels << " channels at " << facts.rate
+          << ", " << facts.bits << " bits";
+}
+
+Facts factsBySox(const std::string& path)
+{
+  return {static_cast<int>(numberBySox(path, "-r")), static_cast<int>(numberBySox(path, "-c")),
+          static_cast<int>(numberBySox(path, "-b")), numberBySox(path, "-s")};
+}
+
+Facts factsByFfprobe(const std::string& path)
+{
+  const std::string out =
+      runOrThrow({"ffprobe", "-v", "error", "-show_entries",
+                  "stream=sample_rate,channels,bits_per_sample,duration_ts", "-of",
+                  "default=noprint_wrappers=1", path})
+          .out;
+  const auto number = [&](const std::string& name) {
+    const std::size_t place = out.find(name + "=");
+    if (place == std::string::npos)
+      throw std::runtime_error(path + ": ffprobe tells no " + name);
+    return std::stoll(out.substr(place + name.size() + 1));
+  };
+  return {static_cast<int>(number("sample_rate")), static_cast<int>(number("channels")),
+          static_cast<int>(number("bits_per_sample")), number("duration_ts")};
+}
+
+Facts factsBySndfile(const std::string& path)
+{
+  const SndfileReading reading = readBySndfile(path);
+  return {reading.info.samplerate, reading.info.channels, bitsOf(reading.info.format),
+          reading.info.frames};
+}
+
+Facts factsByLibrary(const std::string& path)
+{
+  const TovAudioIOFormat format = readByLibrary(path).format;
+  if (format.state != FormatValid)
+    return {};
+  return {static_cast<int>(format.sampleRate), static_cast<int>(format.channels),
+          static_cast<int>(format.bytesPerSample) * 8, format.frameCount};
+}
+
+void expectReadAsBySndfile(const std::string& path)
+{
+  SCOPED_TRACE(path);
+  const SndfileReading expected = readBySndfile(path);
+  const LibraryReading found = readByLibrary(path);
+  ASSERT_EQ(found.openStatus, 0);
+  ASSERT_EQ(found.specStatus, 0);
+  EXPECT_EQ(found.readStatus, 0);
+  EXPECT_EQ(found.format.sampleRate, static_cast<std::uint32_t>(expected.info.samplerate));
+  EXPECT_EQ(found.format.channels, static_cast<std::uint32_t>(expected.info.channels));
+  EXPECT_EQ(found.format.bytesPerSample * 8,
+            static_cast<std::uint32_t>(bitsOf(expected.info.format)));
+  ASSERT_EQ(found.format.frameCount, expected.info.frames);
+  const std::size_t channels = found.samples.size();
+  for (std::size_t i = 0; i < expected.samples.size(); ++i) {
+    // Both round to nearest, which only 32 bits need.
+    const float sample = static_cast<float>(expected.samples[i]) * 0x1p-31f;
+    ASSERT_EQ(found.samples[i % channels][i / channels], sample)
+        << "frame " << i / channels << " of channel " << i % channels;
+  }
+}
+
+} // namespace support

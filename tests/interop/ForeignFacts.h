@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+namespace support {
+
+/** What a program takes a file for. */
+struct Facts {
+  int rate = 0;
+  int channels = 0;
+  int bits = 0; ///< of a stored sample
+  long long frames = 0;
+
+  bool operator==(const Facts&) const = default;
+};
+
+void PrintTo(const Facts& facts, std::ostream* stream);
+
+Facts factsBySox(const std::string& path);
+Facts factsByFfprobe(const std::string& path);
+Facts factsBySndfile(const std::string& path);
+
+/** Of the library; all 0 where it does not handle the file. */
+Facts factsByLibrary(const std::string& path);
+
+/** Checks that the library's facts and samples are those of libsndfile. */
+void expectReadAsBySndfile(const std::string& path);
+
+} // namespace support
