@@ -32,8 +32,8 @@ private:
 
   std::vector<ChannelLevel> levels;
   bool clips = true;  ///< false: every float is stored as it is
-  double above = 0.0; ///< the first value that is too high
-  double below = 0.0; ///< the first value that is too low
+  float above = 0.0f; ///< the first value that is too high
+  float below = 0.0f; ///< the first value that is too low
   long long framesMeasured = 0;
 };
 

@@ -88,6 +88,8 @@ ProviderReference<TovAudioFile> MixGraph::inputFor(const MixTrack& track, const 
   WatchedFile* const file = new WatchedFile(*track.source);
   ProviderReference<TovAudioFile> input(file);
   file->chooseChannels(plan.leftChannel, plan.rightChannel);
+  // Each look costs a tenth of a block; checkInputs() looks again at the end.
+  file->setLookInterval(16);
   file->reference();
   ProviderReference<WatchedFile> own(file); // before there is room for it
   files.push_back(std::move(own));

@@ -16,7 +16,8 @@ WatchedFile::WatchedFile(const SourceFile& file) : source(file)
 }
 
 WatchedFile::WatchedFile(const WatchedFile& other)
-    : TovAudioFile(other), source(other.source), chosenChannels(other.chosenChannels)
+    : TovAudioFile(other), source(other.source), chosenChannels(other.chosenChannels),
+      lookInterval(other.lookInterval)
 {
 }
 
@@ -44,7 +45,11 @@ int WatchedFile::getAudio(const TovNLPArray<float>& buffers, const TovNLArray<in
   if (status == kNothingToDeliver) {
     return status;
   }
-  if (status != 0 || isCallFailed || !isStillWhole(source)) {
+  const bool isTimeToLook = ++requestsUnseen >= lookInterval;
+  if (isTimeToLook) {
+    requestsUnseen = 0;
+  }
+  if (status != 0 || isCallFailed || (isTimeToLook && !isStillWhole(source))) {
     hasFailed = true;
   }
   return status;

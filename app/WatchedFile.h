@@ -23,6 +23,10 @@ public:
   /** From now on the requests' own channel maps do not count. */
   void chooseChannels(int left, int right);
 
+  /** How many requests go by from one look at the file's length to the next;
+   *  1 unless set. */
+  void setLookInterval(int requests) { lookInterval = requests; }
+
   int getAudio(const TovNLPArray<float>& buffers, const TovNLArray<int>& channelMap,
                const TovAudioContext& context, double t0, double t1) override;
 
@@ -44,6 +48,8 @@ protected:
 
 private:
   SourceFile source;
-  TovNLArray<int> chosenChannels;      ///< empty: the request's map counts
+  TovNLArray<int> chosenChannels; ///< empty: the request's map counts
+  int lookInterval = 1;
+  std::atomic<int> requestsUnseen = 0; ///< since the last look
   std::atomic<bool> hasFailed = false; ///< set by whichever thread renders
 };

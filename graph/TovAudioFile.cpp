@@ -395,9 +395,8 @@ int TovAudioFile::render(const Span& span, const TovNLPArray<float>& buffers,
     return 1;
 
   if (span.isConverted)
-    for (int i = 0; i < channels; ++i)
-      TovPcm::resample(context.quality, buffers[i], targets[i] + span.handles, context.sampleRate,
-                       playbackRate, span.outFrames, span.frames, span.phase);
+    TovPcm::resample(context.quality, buffers, advanced(targets, channels, span.handles),
+                     context.sampleRate, playbackRate, span.outFrames, span.frames, span.phase);
   return 0;
 }
 

@@ -200,7 +200,8 @@ bool TovAudioMixer::mixTrack(const TovAudioTrack& track, const Request& request,
     const long long k0 = ts < a ? getSampleIndex(context, a - ts) : 0;
     const long long n = std::clamp(
         getSampleIndex(context, std::min(ts + fadeInTime - a, fadeInTime)), 0LL, scratch.frames);
-    TovKernels::applyRamp(scratch.left, scratch.right, static_cast<float>(k0) * step, step, n);
+    TovKernels::chosen().applyRamp(scratch.left, scratch.right, static_cast<float>(k0) * step, step,
+                                   n);
   }
   if (te - fadeOutTime < b) { // Step (5)
     const float step = 1.0f / static_cast<float>(getSampleIndex(context, fadeOutTime));
@@ -209,12 +210,12 @@ bool TovAudioMixer::mixTrack(const TovAudioTrack& track, const Request& request,
     const long long n =
         std::clamp(getSampleIndex(context, std::min(b - fs, fadeOutTime)), 0LL, scratch.frames);
     const long long unfaded = scratch.frames - n;
-    TovKernels::applyRamp(scratch.left + unfaded, scratch.right + unfaded,
-                          1.0f - static_cast<float>(k0) * step, -step, n);
+    TovKernels::chosen().applyRamp(scratch.left + unfaded, scratch.right + unfaded,
+                                   1.0f - static_cast<float>(k0) * step, -step, n);
   }
 
   // Step (6)
-  const auto mix = isFirst ? TovKernels::storeMix : TovKernels::addMix;
+  const auto mix = isFirst ? TovKernels::chosen().storeMix : TovKernels::chosen().addMix;
   mix(request.outputs[0], left, right,
       {audible(leftToLeft, request.silent), audible(rightToLeft, request.silent)}, request.frames);
   mix(request.outputs[1], left, right,

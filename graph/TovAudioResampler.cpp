@@ -193,16 +193,17 @@ int TovAudioResampler::resampleInput(TovAudioProvider& provider, const TovNLPArr
   const int channels = buffers.getCount();
   allocSampleBuffers(channels, frames);
   TovNLPArray<float> blocks;
+  TovNLPArray<float> sources; // the same, from input frame 0 on
   for (int i = 0; i < channels; ++i) {
     blocks.append(getSampleBuffers()[i]);
+    sources.append(blocks[i] + handles);
     TovKernels::fillSilence(blocks[i], frames);
   }
   const int status = provider.getAudio(blocks, channelMap, inner, ta, tb);
   if (status != 0)
     return status;
-  for (int i = 0; i < channels; ++i)
-    TovPcm::resample(context.quality, buffers[i], blocks[i] + handles, context.sampleRate,
-                     sourceRate, outFrames, frames, phase);
+  TovPcm::resample(context.quality, buffers, sources, context.sampleRate, sourceRate, outFrames,
+                   frames, phase);
   return 0;
 }
 

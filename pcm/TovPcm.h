@@ -74,6 +74,12 @@ public:
   static void resample(int quality, float* out, const float* in, int outRate, int inRate,
                        long long outFrames, long long inFrames, float phase);
 
+  /** The same for several channels, input i to output i: the bits of one after
+   *  the other, sooner. */
+  static void resample(int quality, const TovNLPArray<float>& outputs,
+                       const TovNLPArray<float>& inputs, int outRate, int inRate,
+                       long long outFrames, long long inFrames, float phase);
+
   /** Quality 0 by itself: sample and hold, in steps of 1/65536 frame. */
   static void resampleLowQuality(float* out, const float* in, int outRate, int inRate,
                                  long long outFrames, long long inFrames);

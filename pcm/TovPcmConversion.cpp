@@ -26,15 +26,20 @@ int TovPcm::toFloat(const TovNLPArray<float>& outputs, const TovNLArray<int>& ch
   if (format.encoding > kHighestEncoding || format.channels == 0)
     return 0;
 
-  const TovKernels::Conversion& kernels = TovKernels::conversion(format.encoding);
-  const TovKernels::Decode decode = kernels.decode[byteOrderOf(format)];
+  const TovKernels::Conversion& kernels = TovKernels::chosen().conversion[format.encoding];
+  const int order = byteOrderOf(format);
+  const unsigned char* const bytes = static_cast<const unsigned char*>(data);
+  if (count == 2 && format.channels == 2 && outputs[1] && channelMap[0] == 0 &&
+      channelMap[1] == 1) {
+    kernels.decodeStereo[order](outputs[0], outputs[1], bytes, frames);
+    return 0;
+  }
   const long long size = kernels.bytesPerSample;
   const long long lastChannel = static_cast<long long>(format.channels) - 1;
   for (int i = 0; i < count; ++i) {
     const long long channel = std::clamp<long long>(channelMap[i], 0, lastChannel);
     if (outputs[i])
-      decode(outputs[i], static_cast<const unsigned char*>(data) + channel * size,
-             format.channels * size, frames);
+      kernels.decode[order](outputs[i], bytes + channel * size, format.channels * size, frames);
   }
   return 0;
 }
@@ -62,11 +67,16 @@ int TovPcm::fromFloat(void* data, const TovNLArray<int>& channelMap,
   if (format.encoding > kHighestEncoding || !data)
     return 0;
 
-  const TovKernels::Conversion& kernels = TovKernels::conversion(format.encoding);
-  const TovKernels::Encode encode = kernels.encode[byteOrderOf(format)];
+  const TovKernels::Conversion& kernels = TovKernels::chosen().conversion[format.encoding];
+  const int order = byteOrderOf(format);
+  unsigned char* const bytes = static_cast<unsigned char*>(data);
+  if (count == 2) {
+    kernels.encodeStereo[order](bytes, inputs[0], inputs[1], frames);
+    return 0;
+  }
   const long long size = kernels.bytesPerSample;
   for (int i = 0; i < count; ++i)
-    encode(static_cast<unsigned char*>(data) + i * size, count * size, inputs[i], frames);
+    kernels.encode[order](bytes + i * size, count * size, inputs[i], frames);
   return 0;
 }
 

@@ -12,13 +12,14 @@ float TovPcm::dBToFactor(float dB)
 
 void TovPcm::amplifyDB(float* out, const float* in, long long frames, float dB)
 {
-  TovKernels::amplify(out, in, dBToFactor(dB), static_cast<int>(frames));
+  TovKernels::chosen().amplify(out, in, dBToFactor(dB), static_cast<int>(frames));
 }
 
 void TovPcm::removeCenterChannel(float* outLeft, float* outRight, const float* inLeft,
                                  const float* inRight, long long frames)
 {
-  TovKernels::subtractRightFromLeft(outLeft, outRight, inLeft, inRight, static_cast<int>(frames));
+  TovKernels::chosen().subtractRightFromLeft(outLeft, outRight, inLeft, inRight,
+                                             static_cast<int>(frames));
 }
 
 int TovPcm::getContribution(float* leftToLeft, float* leftToRight, float* rightToLeft,

@@ -44,7 +44,8 @@ double windowedSinc(double t, int zeroCrossings, double windowNorm)
 void buildFilterTable(int quality)
 {
   const auto [samplesPerCrossing, zeroCrossings] = filterParams[quality];
-  const std::size_t length = static_cast<std::size_t>(samplesPerCrossing) * static_cast<std::size_t>(zeroCrossings);
+  const std::size_t length =
+      static_cast<std::size_t>(samplesPerCrossing) * static_cast<std::size_t>(zeroCrossings);
   std::unique_ptr<float[]> value(new float[length]);
   std::unique_ptr<float[]> delta(new float[length]);
 
@@ -75,6 +76,40 @@ TovKernels::FilterWing filterWing(int quality)
   }
   return {table.load(std::memory_order_acquire), TovPcm::filterTableDelta[quality],
           TovPcm::filterTableLength[quality], filterParams[quality].samplesPerCrossing};
+}
+
+/** A request at rates of at least 1. */
+TovKernels::Resampling resampling(int quality, int outRate, int inRate, float phase)
+{
+  return {.wing = filterWing(quality),
+          .outRate = outRate,
+          .inRate = inRate,
+          .ratio = static_cast<double>(outRate) / inRate,
+          .ratioF = static_cast<float>(outRate) / static_cast<float>(inRate),
+          .step = static_cast<double>(inRate) / outRate,
+          .phase = std::isfinite(phase) ? static_cast<double>(phase) : 0.0,
+          .handles = TovPcm::resamplerHandles(quality, outRate, inRate)};
+}
+
+void resampleTogether(int quality, float* const* outputs, const float* const* inputs, int channels,
+                      int outRate, int inRate, long long outFrames, long long inFrames, float phase)
+{
+  quality = validQuality(quality);
+  if (quality == 0) {
+    for (int i = 0; i < channels; ++i)
+      TovPcm::resampleLowQuality(outputs[i], inputs[i], outRate, inRate, outFrames, inFrames);
+    return;
+  }
+  const long long frames = static_cast<int>(outFrames); // the count's low 32 bits
+  if (outRate < 1 || inRate < 1) {
+    for (int i = 0; i < channels; ++i)
+      TovKernels::fillSilence(outputs[i], frames);
+    return;
+  }
+  const TovKernels& kernels = TovKernels::chosen();
+  const TovKernels::Resample resampleAll =
+      outRate >= inRate ? kernels.resampleUp : kernels.resampleDown;
+  resampleAll(outputs, inputs, channels, resampling(quality, outRate, inRate, phase), frames);
 }
 
 } // namespace
@@ -127,27 +162,20 @@ int TovPcm::resamplerHandles(int quality, int outRate, int inRate)
 void TovPcm::resample(int quality, float* out, const float* in, int outRate, int inRate,
                       long long outFrames, long long inFrames, float phase)
 {
-  quality = validQuality(quality);
-  if (quality == 0) {
-    resampleLowQuality(out, in, outRate, inRate, outFrames, inFrames);
-    return;
-  }
+  resampleTogether(quality, &out, &in, 1, outRate, inRate, outFrames, inFrames, phase);
+}
 
-  const long long frames = static_cast<int>(outFrames); // the count's low 32 bits
-  if (outRate < 1 || inRate < 1) {
-    TovKernels::fillSilence(out, frames);
-    return;
-  }
-  const TovKernels::FilterWing wing = filterWing(quality);
-  const double ratio = static_cast<double>(outRate) / inRate;
-  const double step = static_cast<double>(inRate) / outRate;
-  const double position = std::isfinite(phase) ? static_cast<double>(phase) : 0.0;
-  if (ratio >= 1.0) {
-    TovKernels::resampleUp(out, in, wing, step, position, frames);
-  } else {
-    const float ratioF = static_cast<float>(outRate) / static_cast<float>(inRate);
-    TovKernels::resampleDown(out, in, wing, ratio, ratioF, step, position,
-                             resamplerHandles(quality, outRate, inRate), frames);
+void TovPcm::resample(int quality, const TovNLPArray<float>& outputs,
+                      const TovNLPArray<float>& inputs, int outRate, int inRate,
+                      long long outFrames, long long inFrames, float phase)
+{
+  // Two at a time is what the kernels gain by.
+  const int count = std::min(outputs.getCount(), inputs.getCount());
+  for (int i = 0; i < count; i += 2) {
+    const int channels = std::min(count - i, 2);
+    float* const out[2] = {outputs[i], channels > 1 ? outputs[i + 1] : nullptr};
+    const float* const in[2] = {inputs[i], channels > 1 ? inputs[i + 1] : nullptr};
+    resampleTogether(quality, out, in, channels, outRate, inRate, outFrames, inFrames, phase);
   }
 }
 
@@ -159,5 +187,5 @@ void TovPcm::resampleLowQuality(float* out, const float* in, int outRate, int in
     return;
   }
   const double step = static_cast<double>(inRate) / outRate * 65536.0;
-  TovKernels::resampleByHold(out, in, static_cast<long long>(step), outFrames);
+  TovKernels::chosen().resampleByHold(out, in, static_cast<long long>(step), outFrames);
 }

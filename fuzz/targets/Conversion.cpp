@@ -45,6 +45,6 @@ void run(Input& input)
 
 extern const Target conversionTarget;
 const Target conversionTarget = {"conversion", run, conversionSeeds,
-                                 "pcm/TovPcmConversion.cpp pcm/kernels/ConversionKernels.cpp"};
+                                 "pcm/TovPcmConversion.cpp pcm/kernels/ConversionLoops.h"};
 
 } // namespace fuzz

@@ -76,6 +76,6 @@ void run(Input& input)
 
 extern const Target resamplingTarget;
 const Target resamplingTarget = {"resampling", run, resamplingSeeds,
-                                 "pcm/TovPcmResampling.cpp pcm/kernels/ResamplingKernels.cpp"};
+                                 "pcm/TovPcmResampling.cpp pcm/kernels/ResamplingLoops.h"};
 
 } // namespace fuzz

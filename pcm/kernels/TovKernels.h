@@ -1,14 +1,15 @@
 #pragma once
 
-/** The sample loops, as plain functions over plain buffers.
+/** The sample loops, as plain functions over plain buffers: one set of them per
+ *  instruction set.
  *
- *  Each is the definition of its arithmetic: a faster version stands beside it
- *  under its own name, gives the same bits, and is compared with it by the
- *  tests.  Lengths are frames and may be 0; nothing allocates, locks or calls
- *  the system.
+ *  The plain set is the definition of the arithmetic and runs everywhere; the
+ *  others give the same bits, sooner, and are compared with it by the tests.
+ *  Lengths are frames and may be 0; nothing allocates, locks or calls the
+ *  system.  Any thread.
  */
 struct TovKernels {
-  // --- ConversionKernels.cpp ----------------------------------------------
+  // --- Conversion: ConversionLoops.h ----------------------------------------
 
   /** One channel of interleaved samples to float: @p samples is the channel's
    *  first sample, @p stride the bytes from frame to frame. */
@@ -19,17 +20,23 @@ struct TovKernels {
   typedef void (*Encode)(unsigned char* samples, long long stride, const float* in,
                          long long frames);
 
-  /** What one encoding needs. */
+  /** Both channels of stereo samples in one pass. */
+  typedef void (*DecodeStereo)(float* left, float* right, const unsigned char* samples,
+                               long long frames);
+  typedef void (*EncodeStereo)(unsigned char* samples, const float* left, const float* right,
+                               long long frames);
+
+  /** What one encoding needs; each for the least significant byte first, and
+   *  for the most significant byte first. */
   struct Conversion {
     int bytesPerSample;
-    Decode decode[2]; ///< least significant byte first, most significant byte first
+    Decode decode[2];
     Encode encode[2];
+    DecodeStereo decodeStereo[2];
+    EncodeStereo encodeStereo[2];
   };
 
-  /** @p encoding is at most 9. */
-  static const Conversion& conversion(unsigned int encoding);
-
-  // --- ResamplingKernels.cpp ----------------------------------------------
+  // --- Resampling: ResamplingLoops.h ----------------------------------------
 
   /** One wing of a quality's filter. */
   struct FilterWing {
@@ -39,34 +46,38 @@ struct TovKernels {
     int samplesPerCrossing; ///< entries per input frame
   };
 
+  /** One request: outputs at the positions phase, phase + step ... in input
+   *  frames. */
+  struct Resampling {
+    FilterWing wing;
+    int outRate;
+    int inRate;
+    double ratio; ///< outRate / inRate
+    float ratioF;
+    double step; ///< inRate / outRate
+    double phase;
+    long long handles; ///< the most input frames that are read on each side
+  };
+
+  /** Band-limited interpolation of all channels at the same positions. */
+  typedef void (*Resample)(float* const* outputs, const float* const* inputs, int channels,
+                           const Resampling& resampling, long long frames);
+
   /** Sample and hold: out[n] = in[(n * step) >> 16], step in 1/65536 frame. */
-  static void resampleByHold(float* out, const float* in, long long step, long long frames);
+  typedef void (*Hold)(float* out, const float* in, long long step, long long frames);
 
-  /** Band-limited interpolation at the positions phase, phase + step ... in
-   *  input frames, for an output rate not below the input rate. */
-  static void resampleUp(float* out, const float* in, const FilterWing& wing, double step,
-                         double phase, long long frames);
-
-  /** The same for an output rate below the input rate: the filter is stretched
-   *  by 1 / ratio.  At most @p handles input frames are read on each side. */
-  static void resampleDown(float* out, const float* in, const FilterWing& wing, double ratio,
-                           float ratioF, double step, double phase, long long handles,
-                           long long frames);
-
-  // --- BlockKernels.cpp ---------------------------------------------------
-
-  static void fillSilence(float* out, long long frames);
+  // --- Blocks: BlockLoops.h -------------------------------------------------
 
   /** out[i] = factor * in[i]; @p out may be @p in. */
-  static void amplify(float* out, const float* in, float factor, long long frames);
+  typedef void (*Amplify)(float* out, const float* in, float factor, long long frames);
 
   /** Both outputs receive left - right; they may be the inputs. */
-  static void subtractRightFromLeft(float* outLeft, float* outRight, const float* inLeft,
-                                    const float* inRight, long long frames);
+  typedef void (*Subtract)(float* outLeft, float* outRight, const float* inLeft,
+                           const float* inRight, long long frames);
 
   /** Multiplies both channels by a factor that begins at @p factor and grows
    *  by @p step a frame, by repeated addition. */
-  static void applyRamp(float* left, float* right, float factor, float step, long long frames);
+  typedef void (*Ramp)(float* left, float* right, float factor, float step, long long frames);
 
   /** What a channel of a mix receives of a track's left and right; a gain of
    *  exactly 0 leaves its term out. */
@@ -74,13 +85,35 @@ struct TovKernels {
     float fromLeft;
     float fromRight;
   };
+  typedef void (*Mix)(float* out, const float* left, const float* right, MixGains gains,
+                      long long frames);
 
-  /** out[i] = fromLeft * left[i] + fromRight * right[i]; zeros without a term. */
-  static void storeMix(float* out, const float* left, const float* right, MixGains gains,
-                       long long frames);
+  // --- One set ---------------------------------------------------------------
 
-  /** out[i] += fromLeft * left[i] + fromRight * right[i], the sum first;
-   *  nothing without a term. */
-  static void addMix(float* out, const float* left, const float* right, MixGains gains,
-                     long long frames);
+  const char* name;          ///< "plain", "avx2" or "avx512"
+  Conversion conversion[10]; ///< by encoding
+  Resample resampleUp;       ///< for an output rate not below the input rate
+  Resample resampleDown;     ///< below it: the filter is stretched by 1 / ratio
+  Hold resampleByHold;
+  Amplify amplify;
+  Subtract subtractRightFromLeft;
+  Ramp applyRamp;
+  Mix storeMix; ///< out[i] = fromLeft * left[i] + fromRight * right[i]; zeros without a term
+  Mix addMix;   ///< out[i] += the same, the sum first; nothing without a term
+
+  /** The set that the library uses, chosen once: the fastest that this
+   *  processor has, or, for tests and comparisons, the one that the environment
+   *  variable TOV_KERNELS names. */
+  static const TovKernels& chosen();
+
+  /** A set by its name; null where it was not compiled, or where this
+   *  processor lacks the instructions. */
+  static const TovKernels* find(const char* name);
+
+  /** Each set's own definition. */
+  static const TovKernels plain;
+  static const TovKernels avx2;
+  static const TovKernels avx512;
+
+  static void fillSilence(float* out, long long frames);
 };

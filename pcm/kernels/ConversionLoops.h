@@ -1,3 +1,5 @@
+#pragma once
+
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -202,24 +204,32 @@ void encodeChannel(unsigned char* samples, long long stride, const float* in, lo
   }
 }
 
+// --- Two channels ---------------------------------------------------------
+
+template <unsigned int kEncoding, bool kBigEndian>
+void decodeStereo(float* left, float* right, const unsigned char* samples, long long frames)
+{
+  constexpr int kBytes = kBytesOf<kEncoding>;
+  decodeChannel<kEncoding, kBigEndian>(left, samples, 2 * kBytes, frames);
+  decodeChannel<kEncoding, kBigEndian>(right, samples + kBytes, 2 * kBytes, frames);
+}
+
+template <unsigned int kEncoding, bool kBigEndian>
+void encodeStereo(unsigned char* samples, const float* left, const float* right, long long frames)
+{
+  constexpr int kBytes = kBytesOf<kEncoding>;
+  encodeChannel<kEncoding, kBigEndian>(samples, 2 * kBytes, left, frames);
+  encodeChannel<kEncoding, kBigEndian>(samples + kBytes, 2 * kBytes, right, frames);
+}
+
 template <unsigned int kEncoding>
-constexpr TovKernels::Conversion conversionOf()
+constexpr TovKernels::Conversion plainConversion()
 {
   return {kBytesOf<kEncoding>,
           {decodeChannel<kEncoding, false>, decodeChannel<kEncoding, true>},
-          {encodeChannel<kEncoding, false>, encodeChannel<kEncoding, true>}};
+          {encodeChannel<kEncoding, false>, encodeChannel<kEncoding, true>},
+          {decodeStereo<kEncoding, false>, decodeStereo<kEncoding, true>},
+          {encodeStereo<kEncoding, false>, encodeStereo<kEncoding, true>}};
 }
-
-constexpr TovKernels::Conversion kConversions[] = {
-    conversionOf<EncS8>(),      conversionOf<EncU8>(),
-    conversionOf<EncS16>(),     conversionOf<EncU16>(),
-    conversionOf<EncS24>(),     conversionOf<EncU24>(),
-    conversionOf<EncS32>(),     conversionOf<EncU32>(),
-    conversionOf<EncFloat32>(), conversionOf<EncFloat32Scaled16>()};
 
 } // namespace
-
-const TovKernels::Conversion& TovKernels::conversion(unsigned int encoding)
-{
-  return kConversions[encoding];
-}

@@ -1,5 +1,8 @@
-#include <cmath>
+#pragma once
+
+#include <cstddef>
 #include <cstdint>
+#include <math.h> // the functions of C: those of <cmath> would be shared between instruction sets
 
 #include "pcm/kernels/TovKernels.h"
 
@@ -30,7 +33,7 @@ float addWing(float sum, const TovKernels::FilterWing& wing, float distance, con
               int direction)
 {
   const float position = distance * static_cast<float>(wing.samplesPerCrossing);
-  const float index = std::floor(position);
+  const float index = ::floorf(position);
   const float fraction = position - index;
   int i = static_cast<int>(index);
   do {
@@ -51,7 +54,7 @@ float addStretchedWing(float sum, const TovKernels::FilterWing& wing, float dist
   const float length = static_cast<float>(wing.length);
   float position = entries * distance;
   do {
-    const float index = std::floor(position);
+    const float index = ::floorf(position);
     const int i = static_cast<int>(index);
     sum += (wing.value[i] + (position - index) * wing.delta[i]) * *nearest;
     nearest += direction;
@@ -61,9 +64,58 @@ float addStretchedWing(float sum, const TovKernels::FilterWing& wing, float dist
   return sum;
 }
 
-} // namespace
+/** One output at the distance @p d below the input frame @p right. */
+float interpolated(const TovKernels::FilterWing& wing, const float* right, float d)
+{
+  const float sum = addWing(0.0f, wing, d, right, 1); // Step (2)
+  return addWing(sum, wing, 1.0f - d, right - 1, -1); // Step (3)
+}
 
-void TovKernels::resampleByHold(float* out, const float* in, long long step, long long frames)
+/** The distances along a stretched filter.  Just above an input frame d rounds
+ *  to 1, and then the left distance may come out below 0. */
+float stretchedRight(float d, double ratio)
+{
+  return static_cast<float>(d * ratio);
+}
+
+float stretchedLeft(float rightDistance, float ratioF)
+{
+  const float leftDistance = ratioF - rightDistance;
+  return leftDistance > 0.0f ? leftDistance : 0.0f;
+}
+
+/** Steps (2) to (4) at the stretched distance below the input frame @p right. */
+float interpolatedStretched(const TovKernels::Resampling& r, const float* right,
+                            float rightDistance)
+{
+  const float leftDistance = stretchedLeft(rightDistance, r.ratioF);
+  const float sum = addStretchedWing(0.0f, r.wing, rightDistance, r.ratioF, right, 1, r.handles);
+  return addStretchedWing(sum, r.wing, leftDistance, r.ratioF, right - 1, -1, r.handles) * r.ratioF;
+}
+
+template <bool kStretched>
+void resampleChannel(float* out, const float* in, const TovKernels::Resampling& r, double x,
+                     long long frames)
+{
+  for (long long n = 0; n < frames; ++n) {
+    const double c = ::ceil(x); // Step (1)
+    const float d = static_cast<float>(c - x);
+    const float* const right = in + static_cast<std::ptrdiff_t>(c);
+    out[n] = kStretched ? interpolatedStretched(r, right, stretchedRight(d, r.ratio))
+                        : interpolated(r.wing, right, d);
+    x += r.step;
+  }
+}
+
+template <bool kStretched>
+void resamplePlainly(float* const* outputs, const float* const* inputs, int channels,
+                     const TovKernels::Resampling& r, long long frames)
+{
+  for (int i = 0; i < channels; ++i)
+    resampleChannel<kStretched>(outputs[i], inputs[i], r, r.phase, frames);
+}
+
+void resampleByHold(float* out, const float* in, long long step, long long frames)
 {
   std::uint64_t position = 0; // may wrap at absurd rates: only the low 48 bits count
   for (long long n = 0; n < frames; ++n) {
@@ -72,36 +124,4 @@ void TovKernels::resampleByHold(float* out, const float* in, long long step, lon
   }
 }
 
-void TovKernels::resampleUp(float* out, const float* in, const FilterWing& wing, double step,
-                            double phase, long long frames)
-{
-  double x = phase;
-  for (long long n = 0; n < frames; ++n) {
-    const double c = std::ceil(x); // Step (1)
-    const float d = static_cast<float>(c - x);
-    const float* const right = in + static_cast<std::ptrdiff_t>(c);
-    const float sum = addWing(0.0f, wing, d, right, 1);   // Step (2)
-    out[n] = addWing(sum, wing, 1.0f - d, right - 1, -1); // Step (3)
-    x += step;
-  }
-}
-
-void TovKernels::resampleDown(float* out, const float* in, const FilterWing& wing, double ratio,
-                              float ratioF, double step, double phase, long long handles,
-                              long long frames)
-{
-  double x = phase;
-  for (long long n = 0; n < frames; ++n) {
-    const double c = std::ceil(x); // Step (1)
-    const float d = static_cast<float>(c - x);
-    const float* const right = in + static_cast<std::ptrdiff_t>(c);
-
-    // Steps (2) to (4).  Just above an input frame d rounds to 1, and then the
-    // left distance may come out below 0.
-    const float rightDistance = static_cast<float>(d * ratio);
-    const float leftDistance = std::fmax(ratioF - rightDistance, 0.0f);
-    const float sum = addStretchedWing(0.0f, wing, rightDistance, ratioF, right, 1, handles);
-    out[n] = addStretchedWing(sum, wing, leftDistance, ratioF, right - 1, -1, handles) * ratioF;
-    x += step;
-  }
-}
+} // namespace

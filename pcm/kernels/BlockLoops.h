@@ -1,21 +1,20 @@
-#include <cstring>
+#pragma once
+
+// Included once by each source that stands for an instruction set: the compiler
+// makes of these loops what the instructions allow, and the bits stay.
 
 #include "pcm/kernels/TovKernels.h"
 
-void TovKernels::fillSilence(float* out, long long frames)
-{
-  if (frames > 0)
-    std::memset(out, 0, static_cast<std::size_t>(frames) * sizeof *out);
-}
+namespace {
 
-void TovKernels::amplify(float* out, const float* in, float factor, long long frames)
+void amplify(float* out, const float* in, float factor, long long frames)
 {
   for (long long i = 0; i < frames; ++i)
     out[i] = factor * in[i];
 }
 
-void TovKernels::subtractRightFromLeft(float* outLeft, float* outRight, const float* inLeft,
-                                       const float* inRight, long long frames)
+void subtractRightFromLeft(float* outLeft, float* outRight, const float* inLeft,
+                           const float* inRight, long long frames)
 {
   for (long long i = 0; i < frames; ++i) {
     const float difference = inLeft[i] - inRight[i];
@@ -24,7 +23,7 @@ void TovKernels::subtractRightFromLeft(float* outLeft, float* outRight, const fl
   }
 }
 
-void TovKernels::applyRamp(float* left, float* right, float factor, float step, long long frames)
+void applyRamp(float* left, float* right, float factor, float step, long long frames)
 {
   for (long long i = 0; i < frames; ++i) {
     left[i] *= factor;
@@ -33,8 +32,8 @@ void TovKernels::applyRamp(float* left, float* right, float factor, float step, 
   }
 }
 
-void TovKernels::storeMix(float* out, const float* left, const float* right, MixGains gains,
-                          long long frames)
+void storeMix(float* out, const float* left, const float* right, TovKernels::MixGains gains,
+              long long frames)
 {
   if (gains.fromLeft != 0.0f && gains.fromRight != 0.0f)
     for (long long i = 0; i < frames; ++i)
@@ -44,11 +43,11 @@ void TovKernels::storeMix(float* out, const float* left, const float* right, Mix
   else if (gains.fromRight != 0.0f)
     amplify(out, right, gains.fromRight, frames);
   else
-    fillSilence(out, frames);
+    TovKernels::fillSilence(out, frames);
 }
 
-void TovKernels::addMix(float* out, const float* left, const float* right, MixGains gains,
-                        long long frames)
+void addMix(float* out, const float* left, const float* right, TovKernels::MixGains gains,
+            long long frames)
 {
   if (gains.fromLeft != 0.0f && gains.fromRight != 0.0f)
     for (long long i = 0; i < frames; ++i)
@@ -60,3 +59,5 @@ void TovKernels::addMix(float* out, const float* left, const float* right, MixGa
     for (long long i = 0; i < frames; ++i)
       out[i] += gains.fromRight * right[i];
 }
+
+} // namespace

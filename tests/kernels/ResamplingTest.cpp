@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pcm/TovPcm.h"
+#include "tests/kernels/KernelSets.h"
+
+namespace {
+
+TovKernels::Resampling request(int quality, int inRate, int outRate, float phase)
+{
+  constexpr int kSamplesPerCrossing[] = {0, 512, 512, 2048};
+  static const bool areBuilt = [] {
+    for (int i = 1; i <= 3; ++i)
+      TovPcm::createFilterTable(i);
+    return true;
+  }();
+  EXPECT_TRUE(areBuilt);
+  return {.wing = {TovPcm::filterTable[quality], TovPcm::filterTableDelta[quality],
+                   TovPcm::filterTableLength[quality], kSamplesPerCrossing[quality]},
+          .outRate = outRate,
+          .inRate = inRate,
+          .ratio = static_cast<double>(outRate) / inRate,
+          .ratioF = static_cast<float>(outRate) / static_cast<float>(inRate),
+          .step = static_cast<double>(inRate) / outRate,
+          .phase = static_cast<double>(phase),
+          .handles = TovPcm::resamplerHandles(quality, outRate, inRate)};
+}
+
+/** The inputs of one request, each in a block of its own that ends with the
+ *  last frame that the plain loop may read, so that sanitizers see more. */
+class Inputs {
+public:
+  Inputs(std::mt19937& random, int channels, const TovKernels::Resampling& r, long long frames)
+  {
+    const double last = r.phase + static_cast<double>(frames) * r.step;
+    const long long count = static_cast<long long>(last) + 2 + 2 * r.handles;
+    for (int i = 0; i < channels; ++i) {
+      blocks.push_back(support::samples(random, count, false));
+      pointers.push_back(blocks.back().data() + r.handles);
+    }
+  }
+
+  const float* const* get() const { return pointers.data(); }
+
+private:
+  std::vector<std::vector<float>> blocks;
+  std::vector<const float*> pointers;
+};
+
+std::vector<std::vector<float>> resampled(const TovKernels& set, const TovKernels::Resampling& r,
+                                          const Inputs& inputs, int channels, long long frames)
+{
+  std::vector<std::vector<float>> outputs;
+  std::vector<float*> pointers;
+  for (int i = 0; i < channels; ++i)
+    outputs.emplace_back(static_cast<std::size_t>(frames) + 1, -7.0f);
+  for (std::vector<float>& output : outputs)
+    pointers.push_back(output.data());
+  (r.outRate >= r.inRate ? set.resampleUp : set.resampleDown)(pointers.data(), inputs.get(),
+                                                              channels, r, frames);
+  return outputs;
+}
+
+bool areSameBits(const std::vector<float>& a, const std::vector<float>& b)
+{
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0;
+}
+
+constexpr std::pair<int, int> kRates[] = {
+    {44100, 48000}, {48000, 44100}, {96000, 48000}, {44100, 96000}, {44100, 44101}, {22050, 48000},
+    {48000, 32000}, {8000, 48000},  {48000, 8000},  {44100, 22050}, {32000, 44100}, {44100, 47999},
+    {11025, 44100}, {44100, 88200}, {1, 3},         {7, 5},         {192000, 44100}, {511, 512},
+    {512, 511},     {200, 192000},  {192000, 200},  {48000, 48000}};
+
+TEST(ResamplingKernels, GiveThePlainBits)
+{
+  std::mt19937 random(7);
+  long long left = support::samplesWanted(4000000, 100000000);
+  while (left > 0) {
+    const int quality = static_cast<int>(1 + random() % 3);
+    auto [inRate, outRate] = kRates[random() % std::size(kRates)];
+    if (random() % 4 == 0) {
+      inRate = static_cast<int>(1 + random() % 600);
+      outRate = static_cast<int>(1 + random() % 600);
+    }
+    const long long most = random() % 3 ? 9000 : 40000;
+    const long long frames = static_cast<long long>(random()) % most / std::max(1, inRate / outRate);
+    const float phase = random() % 4 ? std::generate_canonical<float, 20>(random) : 0.0f;
+    const int channels = static_cast<int>(1 + random() % 3);
+    const TovKernels::Resampling r = request(quality, inRate, outRate, phase);
+    const Inputs inputs(random, channels, r, frames);
+    const auto expected = resampled(TovKernels::plain, r, inputs, channels, frames);
+    for (const TovKernels* const set : support::fastSets()) {
+      const auto got = resampled(*set, r, inputs, channels, frames);
+      for (int i = 0; i < channels; ++i)
+        ASSERT_TRUE(areSameBits(expected[static_cast<std::size_t>(i)],
+                                got[static_cast<std::size_t>(i)]))
+            << set->name << ", quality " << quality << ", " << inRate << " to " << outRate << ", "
+            << frames << " frames from " << phase << ", channel " << i;
+    }
+    left -= frames * channels + 100;
+  }
+}
+
+/** What is not a number in the input reaches the same outputs. */
+TEST(ResamplingKernels, SpreadWhatIsNoNumberAsThePlainLoopDoes)
+{
+  std::mt19937 random(8);
+  for (const auto& [inRate, outRate] : kRates) {
+    const TovKernels::Resampling r = request(2, inRate, outRate, 0.5f);
+    const long long frames = 6000 / std::max(1, inRate / outRate);
+    const long long count = static_cast<long long>(static_cast<double>(frames) * r.step) + 3 + 2 * r.handles;
+    std::vector<float> in = support::samples(random, count, false);
+    for (std::size_t i = 17; i < in.size(); i += 1009)
+      in[i] = i % 2 ? INFINITY : NAN;
+    const float* const pointer = in.data() + r.handles;
+    const auto run = [&](const TovKernels& set) {
+      std::vector<float> out(static_cast<std::size_t>(frames));
+      float* const target = out.data();
+      (outRate >= inRate ? set.resampleUp : set.resampleDown)(&target, &pointer, 1, r, frames);
+      return out;
+    };
+    const std::vector<float> expected = run(TovKernels::plain);
+    for (const TovKernels* const set : support::fastSets()) {
+      const std::vector<float> got = run(*set);
+      for (std::size_t i = 0; i < got.size(); ++i)
+        ASSERT_TRUE(expected[i] == got[i] || (std::isnan(expected[i]) && std::isnan(got[i])))
+            << set->name << ", " << inRate << " to " << outRate << " at " << i;
+    }
+  }
+}
+
+} // namespace
