@@ -57,7 +57,7 @@ void TovNLVArray::growTo(int n)
 void TovNLVArray::append(void* value)
 {
   if (count == INT_MAX)
-    throw std::bad_alloc();
+    throw std::bad_alloc(); // GCOVR_EXCL_LINE: 16 GiB of elements
   growTo(count + 1);
   store()[count] = value;
   ++count;

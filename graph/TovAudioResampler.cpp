@@ -181,7 +181,7 @@ int TovAudioResampler::resampleInput(TovAudioProvider& provider, const TovNLPArr
   const double ta = getTimeOfSample(inner, first);
   const double tb = getTimeOfSample(inner, tovSaturatingSum(last, 1));
   // At times that are coarser than frames the input's own count may be larger.
-  const long long frames = std::max(
+  const long long frames = std::max( // GCOVR_EXCL_LINE: counted on the lines below
       {tovSaturatingSum(tovSaturatingDifference(last, first), 1), getNumSampleFrames(inner, ta, tb),
        lastPosition(outFrames, phase, sourceRate / outRate) + 2 * handles});
   if (outFrames > kMostRequestFrames || frames > kMostRequestFrames)

@@ -82,8 +82,6 @@ double TovBlobReader::readDouble()
 
 const char* TovBlobReader::readText()
 {
-  if (isShort)
-    return nullptr;
   const char* const text = reinterpret_cast<const char*>(rest());
   if (size == kUnbounded)
     return take(std::strlen(text) + 1) ? text : nullptr;
@@ -215,7 +213,7 @@ int TovBlobWriter::finish(void** out) const
 {
   *out = nullptr;
   if (bytes.size() > INT_MAX)
-    return 0;
+    return 0; // GCOVR_EXCL_LINE: 2 GiB of settings
   unsigned char* const blob = new unsigned char[bytes.size()];
   std::memcpy(blob, bytes.data(), bytes.size());
   *out = blob;

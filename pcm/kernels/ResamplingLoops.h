@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <math.h> // the functions of C: those of <cmath> would be shared between instruction sets
 
 #include "pcm/kernels/TovKernels.h"
 
@@ -25,6 +25,9 @@
 //
 // Positions are double, d and everything about the table single precision;
 // the sum is single precision, right wing first, nearest frame first.
+
+// ceil() and floorf() are those of C: the ones of C++ are inline, and the linker
+// might take one instruction set's copy for the whole program.
 
 namespace {
 

@@ -478,4 +478,12 @@ TEST_F(AudioFileEdgeTest, QualitiesOutsideTheRangeAreTheNearest)
   EXPECT_NE(rendered(0), rendered(3));
 }
 
+TEST_F(AudioFileEdgeTest, FileOfNoRateHasNoLength)
+{
+  const std::string path = writeRamp(folder, "timeless", Container::Wav, 1, 0, 100);
+  EXPECT_EQ(0, file->initialize(path.c_str()));
+  EXPECT_EQ(0, file->getPlaybackRate());
+  EXPECT_EQ(0.0, file->getSrcOut());
+}
+
 } // namespace

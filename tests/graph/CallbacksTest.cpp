@@ -383,4 +383,17 @@ TEST_F(CallbacksTest, OneMayChangeAnotherProvidersList)
   EXPECT_EQ((Log{"a", "b"}), notify());
 }
 
+TEST_F(CallbacksTest, OneThatIsAddedAndRemovedByAnotherTakesNobodysTurn)
+{
+  Entry& passing = entry("passing");
+  added("a", [&] {
+    provider->addCallback(called, &passing);
+    provider->removeCallback(called, &passing);
+  });
+  added("b");
+  added("c");
+  EXPECT_EQ((Log{"a", "b", "c"}), notify());
+  EXPECT_EQ((Log{"a", "b", "c"}), notify());
+}
+
 } // namespace

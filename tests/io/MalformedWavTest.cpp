@@ -31,7 +31,7 @@ Bytes fmt() { return Bytes().text("fmt ").u32le(16).append(fmtBody()); }
 
 Bytes data(std::uint32_t size) { return Bytes().text("data").u32le(size); }
 
-/** Both users of the chunk walk refuse the file, each with these messages. */
+/** All users of the chunk walk refuse the file, each with these messages. */
 void expectRejected(const Bytes& content, const Texts& expected)
 {
   const OwnRegistry registry;
@@ -49,6 +49,13 @@ void expectRejected(const Bytes& content, const Texts& expected)
   TovFile file;
   ASSERT_EQ(file.open(path.c_str(), "r"), 0);
   EXPECT_EQ(TovWavTranslator().checkHeader(file), 1);
+  EXPECT_EQ(messages.take(), expected);
+
+  TovWavFmtChunk chunk = {};
+  long long dataOffset = 0;
+  long long dataSize = 0;
+  file.seek(0, 0);
+  EXPECT_EQ(TovWavReader::getWavDetails(file, &chunk, &dataOffset, &dataSize), 1);
   EXPECT_EQ(messages.take(), expected);
 }
 

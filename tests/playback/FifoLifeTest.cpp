@@ -3,8 +3,10 @@
 #include <atomic>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include "core/TovSys.h"
+#include "tests/core/AllocationCounter.h"
 #include "tests/playback/FifoTest.h"
 #include "tests/support/Memory.h"
 #include "tests/support/Messages.h"
@@ -76,6 +78,16 @@ TEST_F(FifoLifeTest, TheFeederEndsFromEveryPause)
   EXPECT_EQ(1, support::referenceCount(*provider));
 }
 
+TEST_F(FifoLifeTest, DestructionLooksEveryTenthOfAMillisecondWhetherTheFeederHasEnded)
+{
+  EXPECT_EQ(0.01, SteppedHost::step()); // it rests, and sees only then that it is to end
+  SteppedHost::takeHostPauses();
+  fifo.reset();
+  const std::vector<double> pauses = SteppedHost::takeHostPauses();
+  EXPECT_FALSE(pauses.empty());
+  EXPECT_EQ(std::vector<double>(pauses.size(), 0.0001), pauses);
+}
+
 TEST_F(FifoLifeTest, ItMayGoWithCommandsUnreadBlocksFinishedAndBlocksReady)
 {
   span(0, 100 * kBlock);
@@ -88,6 +100,28 @@ TEST_F(FifoLifeTest, ItMayGoWithCommandsUnreadBlocksFinishedAndBlocksReady)
   span(0, 10, true);
   fifo.reset(); // what is left over shows under the address sanitizer
   EXPECT_EQ(1, support::referenceCount(*provider));
+}
+
+TEST_F(FifoLifeTest, NothingThatWasQueuedOutlivesIt)
+{
+  fifo.reset();
+  provider->keepRequests(false);
+  std::vector<long long> held;
+  for (int round = 0; round < 3; ++round) {
+    fifo = std::make_unique<TovAudioFIFO>(provider.get());
+    SteppedHost::settle();
+    span(0, 100 * kBlock);
+    span(0, 10);
+    SteppedHost::step();
+    for (int i = 0; i < 20; ++i) {
+      span(0, 10);
+      fifo->flush();
+    }
+    fifo.reset();
+    SteppedHost::takeHostPauses();
+    held.push_back(support::blocksHeld());
+  }
+  EXPECT_EQ(held[1], held[2]); // the first round may have made what stays
 }
 
 TEST_F(FifoLifeTest, ItMayGoBeforeItsFirstFill)

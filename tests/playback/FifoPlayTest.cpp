@@ -345,6 +345,22 @@ TEST_F(FifoPlayTest, ABlockThatWasSilentSoundsWhenItIsUsedAgain)
   EXPECT_EQ(frames(0, 4 * kBlock), fill(4 * kBlock));
 }
 
+TEST_F(FifoPlayTest, ABlockThatSoundedIsSilentWhenItIsUsedAgain)
+{
+  bool isSilent = false;
+  provider->setAnswer([&](const TovAudioContext&, double, double) { return isSilent ? 5 : 0; });
+  span(0, 4 * kBlock);
+  SteppedHost::step();
+  EXPECT_EQ(frames(0, 4 * kBlock), fill(4 * kBlock));
+  isSilent = true;
+  span(0, 4 * kBlock);
+  SteppedHost::step();
+  support::Buffers outputs(2, 4 * kBlock);
+  EXPECT_EQ(0, fifo->fillAudioBuffers(outputs.pointers(), 4 * kBlock));
+  for (const int channel : {0, 1})
+    EXPECT_EQ(std::vector<float>(4 * kBlock, 0.0f), outputs.samples(channel));
+}
+
 TEST_F(FifoPlayTest, ASilentBlockThatWasFlushedSoundsWhenItIsUsedAgain)
 {
   bool isSilent = true;
