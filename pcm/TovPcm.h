@@ -98,7 +98,8 @@ public:
    *  i / (samples per zero crossing) input frames.  Null until built. */
   static float* filterTable[4];
 
-  /** The difference of each entry to the next.  Deliberate: the last is
+  /** The difference of each entry to the next; the block goes on with what the
+   *  fast kernels use.  Deliberate: the last is
    *  counted from the entry before the last. */
   static float* filterTableDelta[4];
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <climits>
 #include <cmath>
 #include <memory>
@@ -25,6 +26,65 @@ constexpr double kKaiserBeta = 9.0;
 /** Guards the building of tables; a built one is published by its pointer. */
 std::mutex filterTableMutex;
 
+/** Where the fast kernels' forms of the tables of a quality stand: behind the
+ *  deltas, in the same block. */
+class FilterLayout {
+public:
+  explicit FilterLayout(const FilterParams& params)
+      : entries(params.samplesPerCrossing), length(entries * params.zeroCrossings),
+        half(static_cast<int>(std::bit_ceil(static_cast<unsigned int>(params.zeroCrossings))))
+  {
+  }
+
+  /** Deltas included. */
+  std::size_t blockLength() const
+  {
+    return static_cast<std::size_t>(length) + kLine + rowsLength() +
+           2 * static_cast<std::size_t>(TovKernels::FilterWing::pairIndex(length, entries));
+  }
+
+  int rowLength() const { return 2 * half; }
+
+  /** From the beginning of a cache line on. */
+  float* rows(float* delta) const
+  {
+    void* address = delta + length;
+    std::size_t space = (rowsLength() + kLine) * sizeof(float);
+    return static_cast<float*>(
+        std::align(kLine * sizeof(float), rowsLength() * sizeof(float), address, space));
+  }
+
+  float* pairs(float* delta) const { return rows(delta) + rowsLength(); }
+
+  void fill(const float* value, float* delta) const
+  {
+    for (int i = 0; i <= entries; ++i) {
+      float* const row = rows(delta) + static_cast<std::ptrdiff_t>(i) * rowLength();
+      for (int tap = 0; i + tap * entries < length; ++tap) {
+        row[tap] = value[i + tap * entries];
+        row[half + tap] = delta[i + tap * entries];
+      }
+    }
+    for (int i = 0; i < length; ++i) {
+      float* const pair = pairs(delta) + 2 * TovKernels::FilterWing::pairIndex(i, entries);
+      pair[0] = value[i];
+      pair[1] = delta[i];
+    }
+  }
+
+private:
+  static constexpr std::size_t kLine = 16;
+
+  std::size_t rowsLength() const
+  {
+    return static_cast<std::size_t>(entries + 1) * static_cast<std::size_t>(rowLength());
+  }
+
+  int entries;
+  int length;
+  int half;
+};
+
 int validQuality(int quality)
 {
   return std::clamp(quality, 0, 3);
@@ -47,7 +107,8 @@ void buildFilterTable(int quality)
   const std::size_t length =
       static_cast<std::size_t>(samplesPerCrossing) * static_cast<std::size_t>(zeroCrossings);
   std::unique_ptr<float[]> value(new float[length]);
-  std::unique_ptr<float[]> delta(new float[length]);
+  const FilterLayout layout(filterParams[quality]);
+  std::unique_ptr<float[]> delta(new float[layout.blockLength()]());
 
   const double windowNorm = TovPcm::filterI0(kKaiserBeta);
   value[0] = 1.0f;
@@ -58,6 +119,7 @@ void buildFilterTable(int quality)
   }
   delta[length - 1] = 0.0f - value[length - 2]; // deliberate: not the last entry
 
+  layout.fill(value.get(), delta.get());
   delete[] TovPcm::filterTable[quality];
   delete[] TovPcm::filterTableDelta[quality];
   TovPcm::filterTableLength[quality] = static_cast<int>(length);
@@ -65,23 +127,10 @@ void buildFilterTable(int quality)
   std::atomic_ref(TovPcm::filterTable[quality]).store(value.release(), std::memory_order_release);
 }
 
-/** The filter of a quality of 1 to 3, built by whoever comes first. */
-TovKernels::FilterWing filterWing(int quality)
-{
-  const std::atomic_ref table(TovPcm::filterTable[quality]);
-  if (!table.load(std::memory_order_acquire)) {
-    const std::lock_guard<std::mutex> guard(filterTableMutex);
-    if (!table.load(std::memory_order_relaxed))
-      buildFilterTable(quality);
-  }
-  return {table.load(std::memory_order_acquire), TovPcm::filterTableDelta[quality],
-          TovPcm::filterTableLength[quality], filterParams[quality].samplesPerCrossing};
-}
-
 /** A request at rates of at least 1. */
 TovKernels::Resampling resampling(int quality, int outRate, int inRate, float phase)
 {
-  return {.wing = filterWing(quality),
+  return {.wing = TovKernels::filterWing(quality),
           .outRate = outRate,
           .inRate = inRate,
           .ratio = static_cast<double>(outRate) / inRate,
@@ -113,6 +162,26 @@ void resampleTogether(int quality, float* const* outputs, const float* const* in
 }
 
 } // namespace
+
+TovKernels::FilterWing TovKernels::filterWing(int quality)
+{
+  const std::atomic_ref table(TovPcm::filterTable[quality]);
+  if (!table.load(std::memory_order_acquire)) {
+    const std::lock_guard<std::mutex> guard(filterTableMutex);
+    if (!table.load(std::memory_order_relaxed))
+      buildFilterTable(quality);
+  }
+  const FilterLayout layout(filterParams[quality]);
+  const float* const value = table.load(std::memory_order_acquire);
+  float* const delta = TovPcm::filterTableDelta[quality];
+  return {value,
+          delta,
+          TovPcm::filterTableLength[quality],
+          filterParams[quality].samplesPerCrossing,
+          layout.rows(delta),
+          layout.rowLength(),
+          layout.pairs(delta)};
+}
 
 float* TovPcm::filterTable[4] = {};
 float* TovPcm::filterTableDelta[4] = {};

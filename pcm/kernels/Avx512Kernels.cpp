@@ -1,9 +1,5 @@
 #include <immintrin.h>
 
-#include "pcm/kernels/BlockLoops.h"
-#include "pcm/kernels/ConversionVectors.h"
-#include "pcm/kernels/TovKernels.h"
-
 namespace {
 
 constexpr int kLanes = 16;
@@ -24,20 +20,6 @@ Floats gathered(const float* table, Ints index)
 
 } // namespace
 
-#include "pcm/kernels/PeriodicResampling.h"
+#include "pcm/kernels/VectorKernels.h"
 
-const TovKernels TovKernels::avx512 = {
-    .name = "avx512",
-    .conversion = {vectorConversion<EncS8>(), vectorConversion<EncU8>(), vectorConversion<EncS16>(),
-                   vectorConversion<EncU16>(), vectorConversion<EncS24>(),
-                   vectorConversion<EncU24>(), vectorConversion<EncS32>(),
-                   vectorConversion<EncU32>(), vectorConversion<EncFloat32>(),
-                   vectorConversion<EncFloat32Scaled16>()},
-    .resampleUp = resampleByPeriods<false>,
-    .resampleDown = resampleByPeriods<true>,
-    .resampleByHold = ::resampleByHold,
-    .amplify = ::amplify,
-    .subtractRightFromLeft = ::subtractRightFromLeft,
-    .applyRamp = ::applyRamp,
-    .storeMix = ::storeMix,
-    .addMix = ::addMix};
+const TovKernels TovKernels::avx512 = vectorKernels("avx512");

@@ -146,8 +146,11 @@ void addWingLanes(Floats* sums, const TovKernels::FilterWing& wing, Floats dista
   const int i0 = index[0];
   long long row = 0;
   if (areAllEqual(index, Ints{} + i0)) {
-    for (int i = i0; i < wing.length; i += entries, row += direction) {
-      const Floats coefficient = wing.value[i] + fraction * wing.delta[i];
+    const float* const value = wing.row(i0);
+    const float* const delta = value + wing.rowLength / 2;
+    const int taps = wing.length / entries - (i0 < entries ? 0 : 1);
+    for (int tap = 0; tap < taps; ++tap, row += direction) {
+      const Floats coefficient = value[tap] + fraction * delta[tap];
       for (std::size_t channel = 0; channel < kChannels; ++channel)
         sums[channel] += coefficient * loaded(nearest[channel] + row);
     }
@@ -172,6 +175,7 @@ bool addStretchedWingLanes(Floats* sums, const TovKernels::Resampling& r, Floats
                            const float* const* nearest, long long direction)
 {
   const float entries = static_cast<float>(r.wing.samplesPerCrossing);
+  const int shift = __builtin_ctz(static_cast<unsigned int>(r.wing.samplesPerCrossing));
   Floats position = entries * distance;
   Ints isOther = {};
   long long row = 0;
@@ -181,7 +185,8 @@ bool addStretchedWingLanes(Floats* sums, const TovKernels::Resampling& r, Floats
     const Ints index = truncatedLanes(position);
     const Floats fraction = position - floatLanes(index);
     isOther |= index ^ i;
-    const Floats coefficient = r.wing.value[i] + fraction * r.wing.delta[i];
+    const float* const pair = r.wing.pairs + 2 * (i + (i >> shift) * 8); // pair(i), sooner
+    const Floats coefficient = pair[0] + fraction * pair[1];
     for (std::size_t channel = 0; channel < kChannels; ++channel)
       sums[channel] += coefficient * loaded(nearest[channel] + row);
     row += direction;

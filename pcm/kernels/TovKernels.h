@@ -43,8 +43,26 @@ struct TovKernels {
     const float* value;
     const float* delta;
     int length;             ///< entries of both
-    int samplesPerCrossing; ///< entries per input frame
+    int samplesPerCrossing; ///< entries per input frame, a power of two
+
+    /** The same for the fast kernels: the entries that one output uses at unit
+     *  steps, side by side, and value and delta of each entry, side by side.
+     *  In the tables themselves they are a power of two apart, and would push
+     *  each other out of the cache. */
+    const float* rows;
+    int rowLength; ///< half of it values, from entry i on, half of it deltas
+    const float* pairs;
+
+    const float* row(int i) const { return rows + static_cast<long long>(i) * rowLength; }
+    const float* pair(int i) const { return pairs + 2 * pairIndex(i, samplesPerCrossing); }
+
+    /** With a gap behind the entries of each input frame. */
+    static int pairIndex(int i, int samplesPerCrossing) { return i + i / samplesPerCrossing * 8; }
   };
+
+  /** The filter of a quality of 1 to 3; built, which allocates, by whoever comes
+   *  first.  Defined beside the tables. */
+  static FilterWing filterWing(int quality);
 
   /** One request: outputs at the positions phase, phase + step ... in input
    *  frames. */

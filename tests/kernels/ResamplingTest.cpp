@@ -14,15 +14,7 @@ namespace {
 
 TovKernels::Resampling request(int quality, int inRate, int outRate, float phase)
 {
-  constexpr int kSamplesPerCrossing[] = {0, 512, 512, 2048};
-  static const bool areBuilt = [] {
-    for (int i = 1; i <= 3; ++i)
-      TovPcm::createFilterTable(i);
-    return true;
-  }();
-  EXPECT_TRUE(areBuilt);
-  return {.wing = {TovPcm::filterTable[quality], TovPcm::filterTableDelta[quality],
-                   TovPcm::filterTableLength[quality], kSamplesPerCrossing[quality]},
+  return {.wing = TovKernels::filterWing(quality),
           .outRate = outRate,
           .inRate = inRate,
           .ratio = static_cast<double>(outRate) / inRate,
