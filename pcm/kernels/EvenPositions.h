@@ -77,10 +77,10 @@ private:
     runLength = spacing == 0.0 ? kLongestRun : 1;
     if (!isEven || !(spacing > 0.0))
       return;
+    // Never rounded up to a whole number: both are at most 2^52 points of the
+    // grid, so that what is missing to one is more than half a bit.
     const double most = (end - next) / spacing;
     runLength = most < kLongestRun ? static_cast<long long>(most) + 1 : kLongestRun;
-    while (runLength > 1 && next + static_cast<double>(runLength - 1) * spacing > end)
-      --runLength;
   }
 
   static constexpr long long kLongestRun = 1 << 30;

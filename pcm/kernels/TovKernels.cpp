@@ -1,7 +1,9 @@
 #include "pcm/kernels/TovKernels.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -40,10 +42,9 @@ const TovKernels& choose()
   const char* const wanted = std::getenv("TOV_KERNELS");
   if (const TovKernels* const kernels = wanted ? TovKernels::find(wanted) : nullptr)
     return *kernels;
-  const Candidate* candidate = kCandidates;
-  while (!candidate->isPossible())
-    ++candidate;
-  return candidate->kernels;
+  return std::find_if(std::begin(kCandidates), std::end(kCandidates),
+                      [](const Candidate& candidate) { return candidate.isPossible(); })
+      ->kernels;
 }
 
 } // namespace
