@@ -104,7 +104,9 @@ TEST(ResamplingKernels, GiveThePlainBits)
 TEST(ResamplingKernels, SpreadWhatIsNoNumberAsThePlainLoopDoes)
 {
   std::mt19937 random(8);
-  for (const auto& [inRate, outRate] : kRates) {
+  for (const auto& rates : kRates) {
+    const int inRate = rates.first;
+    const int outRate = rates.second;
     const TovKernels::Resampling r = request(2, inRate, outRate, 0.5f);
     const long long frames = 6000 / std::max(1, inRate / outRate);
     const long long count = static_cast<long long>(static_cast<double>(frames) * r.step) + 3 + 2 * r.handles;
