@@ -99,8 +99,8 @@ public:
   static float* filterTable[4];
 
   /** The difference of each entry to the next; the block goes on with what the
-   *  fast kernels use.  Deliberate: the last is
-   *  counted from the entry before the last. */
+   *  fast kernels use.  Deliberate: the last is counted from the entry before
+   *  the last. */
   static float* filterTableDelta[4];
 
   /** Entries of both; 0 until built. */

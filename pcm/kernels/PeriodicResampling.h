@@ -185,7 +185,7 @@ bool addStretchedWingLanes(Floats* sums, const TovKernels::Resampling& r, Floats
     const Ints index = truncatedLanes(position);
     const Floats fraction = position - floatLanes(index);
     isOther |= index ^ i;
-    const float* const pair = r.wing.pairs + 2 * (i + (i >> shift) * 8); // pair(i), sooner
+    const float* const pair = r.wing.pairs + 2 * (i + (i >> shift) * 8); // pairIndex(i), sooner
     const Floats coefficient = pair[0] + fraction * pair[1];
     for (std::size_t channel = 0; channel < kChannels; ++channel)
       sums[channel] += coefficient * loaded(nearest[channel] + row);

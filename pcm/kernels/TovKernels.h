@@ -54,7 +54,6 @@ struct TovKernels {
     const float* pairs;
 
     const float* row(int i) const { return rows + static_cast<long long>(i) * rowLength; }
-    const float* pair(int i) const { return pairs + 2 * pairIndex(i, samplesPerCrossing); }
 
     /** With a gap behind the entries of each input frame. */
     static int pairIndex(int i, int samplesPerCrossing) { return i + i / samplesPerCrossing * 8; }
