@@ -110,13 +110,14 @@ float addPlainWing(float sum, const FilterTable& table, int samplesPerCrossing, 
 }
 
 // One wing of the stretched filter: the taps lie less than a crossing apart, so
-// each has its own fraction.
+// each has its own fraction.  Over thousands of taps the distance, a sum in
+// single precision, falls behind; more frames than the handles are never read.
 float addStretchedWing(float sum, const FilterTable& table, int samplesPerCrossing, float e,
-                       float ratio, const std::vector<float>& block, long long origin,
-                       long long index, int direction)
+                       float ratio, long long mostTaps, const std::vector<float>& block,
+                       long long origin, long long index, int direction)
 {
     const float perCrossing = static_cast<float>(samplesPerCrossing);
-    for (;;) {
+    for (long long taps = 0; taps < mostTaps; ++taps) {
         const float p = perCrossing * e;
         const float whole = std::floor(p);
         const std::size_t i = static_cast<std::size_t>(whole);
@@ -131,6 +132,7 @@ float addStretchedWing(float sum, const FilterTable& table, int samplesPerCrossi
         e = e + ratio;
         index += direction;
     }
+    return sum;
 }
 
 // The mean of exp(x cos a) over the circle. Nothing in common with the power
@@ -246,6 +248,7 @@ std::vector<float> resample(int quality, const std::vector<float>& block, long l
 
     const FilterTable& table = keptTable(quality);
     const int samplesPerCrossing = shapeOf(quality).samplesPerCrossing;
+    const long long mostTaps = handles(quality, outRate, inRate);
     const float perCrossing = static_cast<float>(samplesPerCrossing);
     const double ratio = static_cast<double>(outRate) / static_cast<double>(inRate);
     const double step = static_cast<double>(inRate) / static_cast<double>(outRate);
@@ -267,10 +270,10 @@ std::vector<float> resample(int quality, const std::vector<float>& block, long l
             const float right = static_cast<float>(static_cast<double>(d) * ratio);
             // The two roundings can differ in the last place; a distance is never negative.
             const float left = ratioF - right < 0.0f ? 0.0f : ratioF - right;
-            sum = addStretchedWing(sum, table, samplesPerCrossing, right, ratioF, block, origin, c,
-                                   1);
-            sum = addStretchedWing(sum, table, samplesPerCrossing, left, ratioF, block, origin,
-                                   c - 1, -1);
+            sum = addStretchedWing(sum, table, samplesPerCrossing, right, ratioF, mostTaps,
+                                   block, origin, c, 1);
+            sum = addStretchedWing(sum, table, samplesPerCrossing, left, ratioF, mostTaps, block,
+                                   origin, c - 1, -1);
             sum = sum * ratioF;
         }
         out.push_back(sum);
