@@ -37,6 +37,15 @@ ReadCall::ReadCall(Input& input) : outputs(0), absent(0), start(0), count(0)
   count = frames(input);
 }
 
+/** Whether the last byte asked for has a position in 64 bits. */
+bool ReaderCheck::canHaveAddresses(const ReadCall& call) const
+{
+  const long long frameBytes =
+      static_cast<long long>(found.format.bytesPerSample) * found.format.channels;
+  const long long frames = (LLONG_MAX - std::max(found.offset, 0LL)) / frameBytes;
+  return call.start >= 0 && call.start <= frames && call.count <= frames - call.start;
+}
+
 long long ReaderCheck::framesThere(const ReadCall& call) const
 {
   const long long frameBytes =
@@ -56,10 +65,7 @@ int ReaderCheck::expectedStatus(const ReadCall& call) const
     return 3;
   if (call.count <= 0)
     return 0;
-  // No file reaches so far.
-  if (call.start < 0 || call.start > INT_MAX || call.count > INT_MAX)
-    return cutShort;
-  return framesThere(call) < call.count ? cutShort : 0;
+  return !canHaveAddresses(call) || framesThere(call) < call.count ? cutShort : 0;
 }
 
 void ReaderCheck::read(TovAudioReader& reader, const ReadCall& call) const
@@ -81,9 +87,8 @@ void ReaderCheck::read(TovAudioReader& reader, const ReadCall& call) const
   require(buffers.guardsIntact(), "nothing is written outside the buffers");
 
   const bool isDelivered = (expected == 0 || expected == cutShort) && call.count > 0 &&
-                           call.start >= 0 && call.start <= INT_MAX && call.count <= INT_MAX &&
                            found.isOpen && found.format.state == FormatValid && call.outputs > 0 &&
-                           !isAbsent(0);
+                           canHaveAddresses(call) && !isAbsent(0);
   const long long delivered = isDelivered ? framesThere(call) : 0;
   std::vector<std::vector<float>> samples(call.map.size());
   if (delivered > 0) {

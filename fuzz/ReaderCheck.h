@@ -47,6 +47,7 @@ public:
 
 private:
   int expectedStatus(const ReadCall& call) const;
+  bool canHaveAddresses(const ReadCall& call) const;
   long long framesThere(const ReadCall& call) const;
 
   const std::vector<std::uint8_t>& file;
