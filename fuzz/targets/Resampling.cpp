@@ -63,7 +63,7 @@ void run(Input& input)
   TovPcm::resample(quality, out.floats(), in.floats() + handles, outRate, inRate, frames, inFrames,
                    first);
   const std::vector<float> wanted =
-      reference::resample(quality, block, handles, outRate, inRate, frames, first);
+      reference::resample(quality, block, handles, outRate, inRate, frames, first, handles);
   for (long long i = 0; i < frames; ++i) {
     const float a = out.floats()[i];
     const float b = wanted[static_cast<std::size_t>(i)];

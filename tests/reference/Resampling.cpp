@@ -110,8 +110,7 @@ float addPlainWing(float sum, const FilterTable& table, int samplesPerCrossing, 
 }
 
 // One wing of the stretched filter: the taps lie less than a crossing apart, so
-// each has its own fraction.  Over thousands of taps the distance, a sum in
-// single precision, falls behind; more frames than the handles are never read.
+// each has its own fraction.
 float addStretchedWing(float sum, const FilterTable& table, int samplesPerCrossing, float e,
                        float ratio, long long mostTaps, const std::vector<float>& block,
                        long long origin, long long index, int direction)
@@ -234,7 +233,8 @@ int handles(int quality, int outRate, int inRate)
 }
 
 std::vector<float> resample(int quality, const std::vector<float>& block, long long origin,
-                            int outRate, int inRate, long long outFrames, float phase)
+                            int outRate, int inRate, long long outFrames, float phase,
+                            long long mostTaps)
 {
     if (outFrames <= 0) {
         return {};
@@ -248,7 +248,6 @@ std::vector<float> resample(int quality, const std::vector<float>& block, long l
 
     const FilterTable& table = keptTable(quality);
     const int samplesPerCrossing = shapeOf(quality).samplesPerCrossing;
-    const long long mostTaps = handles(quality, outRate, inRate);
     const float perCrossing = static_cast<float>(samplesPerCrossing);
     const double ratio = static_cast<double>(outRate) / static_cast<double>(inRate);
     const double step = static_cast<double>(inRate) / static_cast<double>(outRate);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,12 @@ FilterTable makeFilterTable(int quality);
 int handles(int quality, int outRate, int inRate);
 
 // block[origin] is the input sample with index 0. Throws std::out_of_range for
-// a read outside the block. Rates below 1 give outFrames zeros.
+// a read outside the block. Rates below 1 give outFrames zeros. A stretched wing
+// ends after mostTaps, which cut it short where its distances, summed up in
+// single precision over thousands of taps, fall behind.
 std::vector<float> resample(int quality, const std::vector<float>& block, long long origin,
-                            int outRate, int inRate, long long outFrames, float phase);
+                            int outRate, int inRate, long long outFrames, float phase,
+                            long long mostTaps = LLONG_MAX);
 
 // The value that the table version approximates, at a position in input samples:
 // the continuous windowed sinc in double precision. Quality 0 holds the sample
