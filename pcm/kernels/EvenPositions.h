@@ -15,10 +15,15 @@ namespace {
 
 class EvenPositions {
 public:
+  EvenPositions() = default;
   EvenPositions(double phase, double d) : next(phase), step(d) { beginRun(); }
 
   /** The position that comes next. */
   double position() const { return next; }
+
+  /** Whether the next @p count positions are evenly spaced, and how far. */
+  bool staysEven(long long count) const { return count <= runLength; }
+  double evenSpacing() const { return spacing; }
 
   /** Writes the distances to the input frames at or above the next @p count
    *  positions, and these frames, counted from @p base. */
@@ -85,8 +90,8 @@ private:
 
   static constexpr long long kLongestRun = 1 << 30;
 
-  double next;
-  double step;
+  double next = 0.0;
+  double step = 0.0;
   double spacing = 0.0;    ///< of the run that next stands in
   long long runLength = 1; ///< positions of it that are left, next included
 };

@@ -32,9 +32,15 @@ void expectRepeatedAddition(double phase, double step, long long count, std::mt1
     const std::size_t part = random() % 700;
     distances.assign(part, -1.0f);
     frames.assign(part, -1);
+    const double first = positions.position();
+    const double spacing = positions.evenSpacing();
+    const bool isEven = positions.staysEven(static_cast<long long>(part));
     positions.take(distances.data(), frames.data(), base, static_cast<long long>(part));
     for (std::size_t i = 0; i < part; ++i) {
       const Reached expected = plainly(x);
+      if (isEven) {
+        ASSERT_EQ(x, first + static_cast<double>(i) * spacing) << phase << " + n * " << step;
+      }
       ASSERT_EQ(expected.distance, distances[i]) << phase << " + n * " << step;
       ASSERT_EQ(expected.frame, base + frames[i]) << phase << " + n * " << step;
       x += step;

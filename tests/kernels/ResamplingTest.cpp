@@ -100,6 +100,27 @@ TEST(ResamplingKernels, GiveThePlainBits)
   }
 }
 
+/** The roundings of the positions add up, so that outputs one period apart go
+ *  different ways about an input frame or a table entry. */
+TEST(ResamplingKernels, GiveThePlainBitsAlongLongBuffers)
+{
+  constexpr std::pair<int, int> kDrifting[] = {
+      {48000, 44100}, {44100, 48000}, {96000, 44100}, {192000, 44100}};
+  std::mt19937 random(9);
+  for (const auto& rates : kDrifting) {
+    const long long frames = support::samplesWanted(200000, 3000000);
+    for (const float phase : {0.0f, 0.25f, 1.0f / 3.0f, -0.99999994f, -0.5f}) {
+      const int quality = phase == 0.25f ? 2 : 3;
+      const TovKernels::Resampling r = request(quality, rates.first, rates.second, phase);
+      const Inputs inputs(random, 1, r, frames);
+      const auto expected = resampled(TovKernels::plain, r, inputs, 1, frames);
+      for (const TovKernels* const set : support::fastSets())
+        ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, frames)[0]))
+            << set->name << ", " << rates.first << " to " << rates.second << " from " << phase;
+    }
+  }
+}
+
 /** What is not a number in the input reaches the same outputs. */
 TEST(ResamplingKernels, SpreadWhatIsNoNumberAsThePlainLoopDoes)
 {
