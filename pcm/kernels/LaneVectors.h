@@ -40,6 +40,11 @@ Ints bitsOf(Doubles value)
   return reinterpret_cast<Ints>(value);
 }
 
+Ints bitsOf(Floats value)
+{
+  return reinterpret_cast<Ints>(value);
+}
+
 /** Rounds up; of what is below 2^51. */
 [[gnu::always_inline]] inline Doubles ceiling(Doubles x)
 {

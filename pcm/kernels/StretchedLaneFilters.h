@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int kMostKeptTaps = 10240; ///< raising it costs stack
+constexpr int kSteady = 4;           ///< times that make it worth to keep coefficients
 
 /** The table entries of a tap, and the index of the first. */
 struct Tap {
@@ -29,11 +30,18 @@ struct KeptTaps {
   float greatest;
   int count[2]; ///< on the right, and behind them on the left
   Tap* taps;
+  float* coefficients; ///< of all taps, at the distance below
+  float steady;        ///< where one distance comes again and again
+  int times;           ///< that it came
 
   bool areNone() const { return !(least <= greatest); }
   Ints areOf(Floats right) const { return (right >= least) & (right <= greatest); }
   bool areOfAll(Floats right) const { return areAllEqual(areOf(right), Ints{} - 1); }
   bool isOf(float right) const { return right >= least && right <= greatest; }
+  bool areSteady(Floats right) const
+  {
+    return times >= kSteady && areAllEqual(bitsOf(right), bitsOf(Floats{} + steady));
+  }
 };
 
 /** Most often all lanes have the same taps; where those differ by a rounding,
@@ -160,7 +168,7 @@ public:
   {
     for (int i = 0; i < placeCount && i <= outputs; ++i)
       for (int k = 0; k < 2; ++k)
-        places[i].sort[k] = {1.0f, 0.0f, {0, 0}, taps + (i + k * placeCount) * 2 * r.handles};
+        clear(places[i].sort[k], (i + k * placeCount) * 2 * r.handles);
   }
 
   /** As LaneFilter::interpolate(). */
@@ -170,19 +178,54 @@ public:
     const KeptTaps* of[kOutputs];
     Floats right[kOutputs];
     bool areKept = true;
+    bool areSteady = true;
 #pragma GCC unroll 4
     for (std::size_t i = 0; i < kOutputs; ++i) {
       right[i] = scaledLanes(out.distances[i], r.ratio);
       of[i] = &placeOf(n + static_cast<int>(i)).sort[0];
       areKept = areKept && of[i]->areOfAll(right[i]);
+      areSteady = areSteady && of[i]->areSteady(right[i]);
     }
-    if (areKept || find<kOutputs>(right, n))
+    if (areSteady) {
+      addSteady(out, of);
+    } else if (areKept || find<kOutputs>(right, n)) {
       addTaps(out, right, of);
-    else
+      for (std::size_t i = 0; i < kOutputs; ++i)
+        if (areAllEqual(bitsOf(right[i]), bitsOf(Floats{} + right[i][0])))
+          count(placeOf(n + static_cast<int>(i)).sort[0], right[i][0]);
+    } else {
       interpolateAlone(out, n);
+    }
   }
 
 private:
+  void clear(KeptTaps& kept, long long first)
+  {
+    kept = {1.0f, 0.0f, {0, 0}, taps + first, coefficients + first, 0.0f, 0};
+  }
+
+  /** That all lanes are at one distance. */
+  void count(KeptTaps& kept, float right)
+  {
+    kept.times = right == kept.steady ? kept.times + 1 : 1;
+    kept.steady = right;
+    if (kept.times == kSteady)
+      keepCoefficients(kept);
+  }
+
+  [[gnu::noinline]] void keepCoefficients(const KeptTaps& kept)
+  {
+    const Tap* tap = kept.taps;
+    float* coefficient = kept.coefficients;
+    for (int wing = 0; wing < 2; ++wing) {
+      float position = entries * (wing == 0 ? kept.steady : stretchedLeft(kept.steady, r.ratioF));
+      for (int k = 0; k < kept.count[wing]; ++k, ++tap) {
+        *coefficient++ = tap->value + (position - tap->index) * tap->delta;
+        position += entries * r.ratioF;
+      }
+    }
+  }
+
   /** Outputs that there is no place for share the last one. */
   Place& placeOf(int n)
   {
@@ -221,6 +264,7 @@ private:
     const Floats shared = walk(kept, looked) == 0 ? looked : Floats{} + lead;
     kept.least = leastOf(shared);
     kept.greatest = greatestOf(shared);
+    kept.times = 0;
   }
 
   /** A distance, and others on both sides, further and further away. */
@@ -244,6 +288,40 @@ private:
     kept.count[1] =
         findTaps(kept.taps + kept.count[0], isOther, r, stretchedLeftLanes(right, r.ratioF));
     return isOther;
+  }
+
+  template <std::size_t kOutputs, std::size_t kChannels>
+  [[gnu::always_inline]] inline void addSteady(LaneOutputs<kOutputs, kChannels>& out,
+                                               const KeptTaps* const* of)
+  {
+    out.clear();
+#pragma GCC unroll 2
+    for (int wing = 0; wing < 2; ++wing) {
+      const float* coefficient[kOutputs];
+      int common = of[0]->count[wing];
+#pragma GCC unroll 4
+      for (std::size_t i = 0; i < kOutputs; ++i) {
+        coefficient[i] = of[i]->coefficients + (wing == 0 ? 0 : of[i]->count[0]);
+        common = of[i]->count[wing] < common ? of[i]->count[wing] : common;
+      }
+      const long long direction = wing == 0 ? kLanes : -kLanes;
+      long long row = wing == 0 ? 0 : -kLanes;
+      for (int k = 0; k < common; ++k, row += direction)
+#pragma GCC unroll 4
+        for (std::size_t i = 0; i < kOutputs; ++i)
+          for (std::size_t channel = 0; channel < kChannels; ++channel)
+            out.sums[i][channel] += coefficient[i][k] * loaded(out.right[i][channel] + row);
+      for (std::size_t i = 0; i < kOutputs; ++i) {
+        long long rest = row;
+        for (int k = common; k < of[i]->count[wing]; ++k, rest += direction)
+          for (std::size_t channel = 0; channel < kChannels; ++channel)
+            out.sums[i][channel] += coefficient[i][k] * loaded(out.right[i][channel] + rest);
+      }
+    }
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < kOutputs; ++i)
+      for (std::size_t channel = 0; channel < kChannels; ++channel)
+        out.sums[i][channel] *= r.ratioF; // Step (4)
   }
 
   template <std::size_t kOutputs, std::size_t kChannels>
@@ -336,6 +414,7 @@ private:
   int outputs; ///< of the shortest period
   Place places[kMostPeriod + 1];
   Tap taps[kMostKeptTaps];
+  float coefficients[kMostKeptTaps];
 };
 
 } // namespace
