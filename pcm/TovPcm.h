@@ -71,7 +71,7 @@ public:
    *  of the first output frame in input frames, 0 <= phase < 1; quality 0
    *  ignores it.  @p inFrames is not used.  A rate below 1 writes zeros.  The
    *  first call of a quality allocates its table; then real-time safe.  Takes
-   *  up to 256 KiB of stack. */
+   *  up to 400 KiB of stack. */
   static void resample(int quality, float* out, const float* in, int outRate, int inRate,
                        long long outFrames, long long inFrames, float phase);
 
