@@ -15,6 +15,7 @@
 #include "app/Interruption.h"
 #include "app/Notices.h"
 #include "app/SourceFile.h"
+#include "app/StandardOutput.h"
 #include "core/TovFile.h"
 #include "io/TovAudioTranslator.h"
 
@@ -30,14 +31,33 @@ static constexpr WrittenHeader kAiffHeader = {54, 42, 8};
 
 static constexpr long long kAiffFrameCountAt = 22;
 
-static bool isAiff(const std::string& target)
+/** Null where nothing says the format. */
+static TovAudioTranslator* formatFor(const std::string& target, const std::string& formatName)
 {
-  return formatNameForPeople(*formatBySuffix(target)) == "AIFF";
+  if (!formatName.empty()) {
+    return formatBySuffix("name." + formatName);
+  }
+  return formatBySuffix(isStandardOutput(target) ? "name.wav" : target);
+}
+
+TovAudioTranslator& outputFormatOf(const OutputPlan& plan)
+{
+  return *formatFor(plan.target, plan.formatName);
+}
+
+static bool isAiff(const OutputPlan& plan)
+{
+  return formatNameForPeople(outputFormatOf(plan)) == "AIFF";
+}
+
+static std::string nameOf(const OutputPlan& plan)
+{
+  return outputNameForPeople(plan.target);
 }
 
 static const WrittenHeader& headerOf(const OutputPlan& plan)
 {
-  return isAiff(plan.target) ? kAiffHeader : kWavHeader;
+  return isAiff(plan) ? kAiffHeader : kWavHeader;
 }
 
 static long long soundBytes(const OutputPlan& plan)
@@ -50,17 +70,26 @@ static long long fileBytes(const OutputPlan& plan)
   return headerOf(plan).length + soundBytes(plan);
 }
 
-void checkOutputSuffix(const std::string& option, const std::string& target)
+void checkOutput(const std::string& option, const std::string& target,
+                 const std::string& formatName)
 {
-  if (formatBySuffix(target) == nullptr) {
+  const TovAudioTranslator* const format = formatFor(target, formatName);
+  if (format == nullptr) {
     throw UsageError(option + ": \"" + target +
                      "\" has none of the suffixes that say the format (" + knownSuffixes() + ")");
+  }
+  const TovAudioTranslator* const bySuffix = formatBySuffix(target);
+  if (bySuffix != nullptr && bySuffix != format) {
+    throw UsageError("--format " + formatName + " contradicts the name \"" + target + "\"");
+  }
+  if (isStandardOutput(target)) {
+    refuseSoundAtTerminal();
   }
 }
 
 static TovSampleEncoding encodingOf(const OutputPlan& plan)
 {
-  const bool aiff = isAiff(plan.target);
+  const bool aiff = isAiff(plan);
   switch (plan.bits) {
   case 8:
     return aiff ? EncS8 : EncU8;
@@ -82,8 +111,8 @@ static const OutputPlan& checkedForSize(const OutputPlan& plan)
   if (bytes > kMostBytes) {
     char size[48];
     std::snprintf(size, sizeof size, "%.1f", bytes / 1e9);
-    throw Failure(plan.target, std::string("would be ") + size +
-                                   " GB long, and the format ends at 4 GB; nothing was written");
+    throw Failure(nameOf(plan), std::string("would be ") + size +
+                                    " GB long, and the format ends at 4 GB; nothing was written");
   }
   return plan;
 }
@@ -102,27 +131,28 @@ AudioOutput::AudioOutput(const OutputPlan& outputPlan, const Notices& notices)
 void AudioOutput::startWriter(const Notices& notices)
 {
   if (encodingOf(plan) == EncFloat32Scaled16) {
-    notices.say(plan.target, "32-bit WAV is written as floating point with full scale at 32768 "
-                             "under an integer's tag, which other programs hear as noise; AIFF "
-                             "(.aiff) holds 32-bit integers");
+    notices.say(nameOf(plan), "32-bit WAV is written as floating point with full scale at 32768 "
+                              "under an integer's tag, which other programs hear as noise; AIFF "
+                              "(.aiff) holds 32-bit integers");
   }
   if (plan.channels > 2) {
-    notices.say(plan.target, "some programs do not read files of more than 2 channels");
+    notices.say(nameOf(plan), "some programs do not read files of more than 2 channels");
   }
   TovAudioIOFormat format = {};
   format.state = FormatValid;
   format.encoding = encodingOf(plan);
   format.bytesPerSample = static_cast<std::uint32_t>(plan.bits / 8);
-  format.bigEndian = isAiff(plan.target) ? 1 : 0;
+  format.bigEndian = isAiff(plan) ? 1 : 0;
   format.sampleRate = static_cast<std::uint32_t>(plan.rate);
   format.frameCount = plan.frames;
   format.channels = static_cast<std::uint32_t>(plan.channels);
-  writer.reset(formatBySuffix(plan.target)->createWriter());
+  writer.reset(outputFormatOf(plan).createWriter());
   errno = 0;
   if (!writer || writer->initialize(file.getTemporaryPath().c_str(), format) != 0) {
-    throw Failure(plan.target, "could not be started" +
-                                   (errno == 0 ? std::string() : ": " + systemErrorText(errno)));
+    throw Failure(nameOf(plan), "could not be started" +
+                                    (errno == 0 ? std::string() : ": " + systemErrorText(errno)));
   }
+  file.allowToHide();
 }
 
 void AudioOutput::append(const TovNLPArray<float>& samples, int frames, long long frame)
@@ -135,8 +165,8 @@ void AudioOutput::append(const TovNLPArray<float>& samples, int frames, long lon
   }
   errno = 0;
   if (writer->writeChannels(samples, 0, frames) != 0) {
-    throw Failure(plan.target, "could not be written" +
-                                   (errno == 0 ? std::string() : ": " + systemErrorText(errno)));
+    throw Failure(nameOf(plan), "could not be written" +
+                                    (errno == 0 ? std::string() : ": " + systemErrorText(errno)));
   }
 }
 
@@ -154,10 +184,12 @@ void AudioOutput::finish()
 void AudioOutput::takeSampleBytes(const SourceFile& source)
 {
   constexpr unsigned long kPieceBytes = 1 << 16;
+  const long long begin =
+      source.soundOffset + plan.exactFirstFrame * plan.channels * (plan.bits / 8);
   TovFile input;
   std::vector<unsigned char> piece(kPieceBytes);
   long long copied = 0;
-  if (input.open(source.path.c_str(), "r") != 0 || input.seek(source.soundOffset, 0) == 0) {
+  if (input.open(source.path.c_str(), "r") != 0 || input.seek(begin, 0) == 0) {
     throw Failure(source.name, "could not be read any more");
   }
   while (copied < soundBytes(plan)) {
@@ -170,11 +202,11 @@ void AudioOutput::takeSampleBytes(const SourceFile& source)
     const ssize_t written =
         pwrite(file.getDescriptor(), piece.data(), wanted, headerOf(plan).length + copied);
     if (written <= 0) {
-      throw Failure(plan.target, "could not be written: " + systemErrorText(errno));
+      throw Failure(nameOf(plan), "could not be written: " + systemErrorText(errno));
     }
     copied += written;
     if (static_cast<unsigned long>(written) != wanted) {
-      input.seek(source.soundOffset + copied, 0);
+      input.seek(begin + copied, 0);
     }
   }
 }
@@ -197,7 +229,7 @@ static std::uint32_t numberAt(int descriptor, long long position, bool isBigEndi
 void AudioOutput::checkWrittenFile() const
 {
   const WrittenHeader& header = headerOf(plan);
-  const bool isBigEndian = isAiff(plan.target);
+  const bool isBigEndian = isAiff(plan);
   struct stat status = {};
   const bool hasLength =
       fstat(file.getDescriptor(), &status) == 0 && status.st_size == fileBytes(plan);
@@ -207,7 +239,7 @@ void AudioOutput::checkWrittenFile() const
           soundBytes(plan) + header.soundSizeMore &&
       (!isBigEndian || numberAt(file.getDescriptor(), kAiffFrameCountAt, true) == plan.frames);
   if (!hasLength || !hasSizes) {
-    throw Failure(plan.target, "could not be written completely");
+    throw Failure(nameOf(plan), "could not be written completely");
   }
 }
 
@@ -218,6 +250,6 @@ void sayWhatWasClipped(const OutputPlan& plan, const LevelMeter& levels, const N
   if (plan.exactSource != nullptr || (levels.getClipped() == 0 && !(peak > 0.0))) {
     return;
   }
-  notices.say(plan.target, "peaks at " + levelForPeople(peak) + ", " +
-                               std::to_string(levels.getClipped()) + " samples clipped" + advice);
+  notices.say(nameOf(plan), "peaks at " + levelForPeople(peak) + ", " +
+                                std::to_string(levels.getClipped()) + " samples clipped" + advice);
 }

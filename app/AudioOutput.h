@@ -11,11 +11,12 @@
 #include "io/TovAudioWriter.h"
 
 class Notices;
+class TovAudioTranslator;
 struct SourceFile;
 
 /** What is to be written where. */
 struct OutputPlan {
-  std::string target; ///< its suffix says the format
+  std::string target; ///< "-" is standard output; the suffix says the format
   int rate;
   int bits; ///< 8, 16, 24 or 32
   int channels;
@@ -25,10 +26,19 @@ struct OutputPlan {
   /** Null, or the file of the same format whose sample bytes are to be taken
    *  over in the end, since they hold more than a float can carry. */
   const SourceFile* exactSource = nullptr;
+  long long exactFirstFrame = 0; ///< of that file
+
+  /** "wav" or "aiff"; empty: what the suffix says, WAV on standard output. */
+  std::string formatName = {};
 };
 
-/** Throws UsageError where the name's suffix is that of no format. */
-void checkOutputSuffix(const std::string& option, const std::string& target);
+/** Throws UsageError where nothing says the format to write, where two say
+ *  different ones, and where sound would go to a terminal. */
+void checkOutput(const std::string& option, const std::string& target,
+                 const std::string& formatName);
+
+/** The format to write; the target must have passed checkOutput(). */
+TovAudioTranslator& outputFormatOf(const OutputPlan& plan);
 
 /** A sound file in the making: levels are measured, samples dithered if so
  *  wanted and written to a file that takes the target's place once complete. */

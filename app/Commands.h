@@ -18,8 +18,17 @@ int runMix(const CLI::App& command);
 CLI::App* declarePlay(CLI::App& program);
 int runPlay(const CLI::App& command);
 
+CLI::App* declarePlot(CLI::App& program);
+int runPlot(const CLI::App& command);
+
 CLI::App* declareSave(CLI::App& program);
 int runSave(const CLI::App& command);
 
 CLI::App* declareDemo(CLI::App& program);
 int runDemo(const CLI::App& command);
+
+CLI::App* declareCompletion(CLI::App& program);
+int runCompletion(const CLI::App& command);
+
+CLI::App* declareManual(CLI::App& program);
+int runManual(const CLI::App& command);

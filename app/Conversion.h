@@ -10,20 +10,26 @@
 #include "app/Progress.h"
 #include "app/SessionNames.h"
 #include "app/SourceFile.h"
+#include "app/TimeText.h"
 
 /** One file to be written anew in another form. */
 struct ConversionRequest {
   std::string input;
   std::string output;
+  std::string formatName;  ///< "wav" or "aiff"; empty: what the output's suffix says
   std::optional<int> rate; ///< without: the file's
   std::optional<int> bits; ///< without: the file's
   int quality = kHighestQuality;
-  float gain = 0.0f;                 ///< decibels
-  std::vector<NameMapping> mappings; ///< of a session's files
-  bool isMissingAllowed = false;     ///< of a session's files
+  float gain = 0.0f;               ///< decibels
+  std::optional<WrittenTime> from; ///< of a session: on its timeline
+  std::optional<WrittenTime> to;
+  std::optional<double> framesPerSecond; ///< of a session's timeline
+  std::vector<NameMapping> mappings;     ///< of a session's files
+  bool isMissingAllowed = false;         ///< of a session's files
   bool isDithered = false;
   bool isForced = false;
   bool isQuiet = false;
+  bool isJson = false; ///< the result is told as one object
   ProgressStyle progress = ProgressStyle::automatic;
 };
 

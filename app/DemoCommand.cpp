@@ -15,23 +15,27 @@
 static const char* const kDefaultFolder = "build/demo";
 static const char* const kMixFile = "mix.wav";
 
+static const std::vector<OptionRow> kDemoOptions = {
+    {"--json", nullptr, "Options", "Print the result as a JSON object"},
+    {"--quiet", nullptr, "Options", "Say nothing but errors"},
+};
+
 static const char* const kDemoNotes =
+    "Examples:\n"
+    "  tov demo\n"
+    "  tov demo /tmp/sounds --json\n"
+    "\n"
     "Makes five short sound files of different formats, rates, sizes and channel counts, mixes\n"
-    "them with different levels, places and times, and writes mix.wav into the current folder.";
+    "them with different levels, places and times, and writes mix.wav into the current folder.\n";
 
 CLI::App* declareDemo(CLI::App& program)
 {
   CLI::App* command =
       program.add_subcommand("demo", "Make a few sound files and mix them into mix.wav");
-  declareArguments(*command, {},
+  declareArguments(*command, kDemoOptions,
                    {{"FOLDER", "Where the sound files go (default build/demo)", false}});
   command->footer(kDemoNotes);
   return command;
-}
-
-static std::string folderOf(const std::vector<Argument>& arguments)
-{
-  return arguments.empty() ? kDefaultFolder : arguments.front().value;
 }
 
 static void makeFolder(const std::string& folder)
@@ -101,18 +105,53 @@ static MixRequest demoMix(const std::string& folder)
   return mix;
 }
 
-int runDemo(const CLI::App& command)
+static void readArguments(const std::vector<Argument>& arguments, std::string& folder,
+                          MixRequest& request)
 {
-  const std::string folder = folderOf(argumentsInOrder(command));
-  makeFolder(folder);
+  for (const Argument& argument : arguments) {
+    if (argument.isFile()) {
+      folder = argument.value;
+    } else if (argument.option == "--json") {
+      request.isJson = true;
+    } else {
+      request.isQuiet = true;
+    }
+  }
+}
+
+static void tellWhatFollows(const std::string& folder)
+{
   std::printf("Five sound files are made in %s and mixed into %s.\n\n", folder.c_str(), kMixFile);
   std::fflush(stdout);
-  const MixRequest request = demoMix(folder);
-  const Notices notices(true);
-  const MixResult result = renderMix(gatherMix(request, notices), request, notices);
-  printMixSummary(request, result);
+}
+
+static void tellWhatNow()
+{
   std::printf("\nEvery track fades in and out over 20 ms.  Listen to %s; \"tov mix --help\" tells "
               "how to mix\nyour own files.\n",
               kMixFile);
+}
+
+int runDemo(const CLI::App& command)
+{
+  std::string folder = kDefaultFolder;
+  MixRequest wanted;
+  readArguments(argumentsInOrder(command), folder, wanted);
+  const bool areWordsWanted = !wanted.isJson && !wanted.isQuiet;
+  makeFolder(folder);
+  if (areWordsWanted) {
+    tellWhatFollows(folder);
+  }
+  MixRequest request = demoMix(folder);
+  request.isJson = wanted.isJson;
+  request.isQuiet = wanted.isQuiet;
+  request.progress = ProgressStyle::none;
+  const Notices notices(true);
+  MixReport report(request);
+  report.tellOfMix(renderMix(gatherMix(request, notices), request, notices));
+  report.finish();
+  if (areWordsWanted) {
+    tellWhatNow();
+  }
   return 0;
 }

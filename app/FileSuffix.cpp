@@ -20,13 +20,14 @@ TovAudioTranslator* formatBySuffix(const std::string& path)
   return TovAudioTranslator::findWriter(TovName::getString(name.c_str()), 1);
 }
 
-std::string knownSuffixes()
+/** ".wav, .wave, .aif" of the format strings that @p formatsOf gives. */
+template <typename FormatsOf>
+static std::string suffixesBy(FormatsOf formatsOf)
 {
   std::string suffixes;
   // The format that was registered last is asked first; it is named first too.
   for (unsigned long i = TovAudioTranslator::_translators->getCount(); i-- > 0;) {
-    const TovName formats = (*TovAudioTranslator::_translators)[i]->getReadableFormats();
-    const TovName list = getSuffixes(formats);
+    const TovName list = getSuffixes(formatsOf(*(*TovAudioTranslator::_translators)[i]));
     bool startsSuffix = true;
     for (const char* c = list.c_str(); *c != '\0'; ++c) {
       if (startsSuffix) {
@@ -39,6 +40,16 @@ std::string knownSuffixes()
     }
   }
   return suffixes;
+}
+
+std::string knownSuffixes()
+{
+  return suffixesBy([](const TovAudioTranslator& format) { return format.getWritableFormats(); });
+}
+
+std::string readableSuffixes()
+{
+  return suffixesBy([](const TovAudioTranslator& format) { return format.getReadableFormats(); });
 }
 
 std::string formatNameForPeople(const TovAudioTranslator& format)

@@ -13,8 +13,11 @@ std::string suffixOf(const std::string& path);
  *  takes a format that did not recognise it. */
 TovAudioTranslator* formatBySuffix(const std::string& path);
 
-/** ".wav, .wave, .aif, .aiff": the suffixes of all formats. */
+/** ".wav, .wave, .aif, .aiff": the suffixes of all formats that are written. */
 std::string knownSuffixes();
+
+/** The same of all that are read; others may be read too, by what they hold. */
+std::string readableSuffixes();
 
 /** "WAV" or "AIFF", or the format's own name where it is another. */
 std::string formatNameForPeople(const TovAudioTranslator& format);

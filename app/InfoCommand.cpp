@@ -1,15 +1,14 @@
 #include "app/Commands.h"
 
 #include <cstdio>
-#include <iostream>
 #include <optional>
-
-#include <nlohmann/json.hpp>
 
 #include "app/CommandLine.h"
 #include "app/Failures.h"
 #include "app/Interruption.h"
+#include "app/JsonOutput.h"
 #include "app/LevelMeter.h"
+#include "app/OptionValues.h"
 #include "app/ScaledFloatInput.h"
 #include "app/ScriptFile.h"
 #include "app/SessionInfo.h"
@@ -19,21 +18,26 @@
 
 static const std::vector<OptionRow> kInfoOptions = {
     {"--map", "OLD=NEW", "Options",
-     "Files of sessions whose names begin with OLD have moved: begin\nwith NEW; may be repeated"},
-    {"--json", nullptr, "Options", "Print an array with one object per file"},
+     "Files of sessions whose names begin with OLD have moved: begin with NEW; may be repeated, "
+     "the first that fits counts"},
+    {"--json", nullptr, "Options", "Print an array with one JSON object per file"},
+    {"--quiet", nullptr, "Options", "Say nothing but errors"},
 };
 
 static const char* const kInfoNotes =
+    "Examples:\n"
+    "  tov info voice.wav\n"
+    "  tov info --json *.wav *.aiff\n"
+    "  tov info shot.script\n"
+    "\n"
     "Levels are in dBFS: 0 is full scale.  RMS is that of the samples (a full-scale sine has\n"
     "-3.01).  Exit status 1 where a file could not be read; the others are shown all the same.\n"
     "\n"
     "Of a session, a script that holds a mix, all tracks are told with their settings; one whose\n"
     "file is missing is told so, and is no failure here.\n"
     "\n"
-    "Examples:\n"
-    "  tov info voice.wav\n"
-    "  tov info --json *.wav *.aiff\n"
-    "  tov info shot.script";
+    "In the array of --json a file that could not be read has its place too, with the keys file\n"
+    "and error.\n";
 
 /** What is told about one file. */
 struct FileInfo {
@@ -60,7 +64,7 @@ static FileInfo examineFile(const std::string& name)
 static std::string noteOn(const FileInfo& info)
 {
   if (!info.findings) {
-    return std::string();
+    return info.source.notice;
   }
   std::string note = "read as floating point with full scale at 32768, not as integers";
   if (info.findings->areImplausible()) {
@@ -73,7 +77,7 @@ static void printInfo(const FileInfo& info)
 {
   const SourceFile& source = info.source;
   std::printf("%s\n", source.name.c_str());
-  std::printf("  format    %s, %s\n", source.formatName.c_str(), encodingForPeople(source).c_str());
+  std::printf("  format    %s, %s\n", source.formatName.c_str(), source.encoding.c_str());
   std::printf("  rate      %d Hz\n", source.rate());
   std::printf("  channels  %d\n", source.channels());
   std::printf("  frames    %lld\n", static_cast<long long>(source.format.frameCount));
@@ -84,6 +88,7 @@ static void printInfo(const FileInfo& info)
     std::printf("  level %-3zu peak %s, RMS %s\n", c + 1, levelForPeople(peaks[c]).c_str(),
                 levelForPeople(rms[c]).c_str());
   }
+  std::printf("  reader    %s\n", readerForPeople(source).c_str());
   if (const std::string note = noteOn(info); !note.empty()) {
     std::printf("  note      %s\n", note.c_str());
   }
@@ -95,14 +100,21 @@ static nlohmann::ordered_json jsonOf(const FileInfo& info)
   const SourceFile& source = info.source;
   nlohmann::ordered_json object = {{"file", source.name},
                                    {"format", source.formatName},
-                                   {"encoding", encodingForPeople(source)},
-                                   {"bits", source.bits},
+                                   {"encoding", source.encoding},
+                                   {"bits", nullptr},
                                    {"sampleRate", source.rate()},
                                    {"channels", source.channels()},
                                    {"frames", source.format.frameCount},
                                    {"seconds", source.seconds()},
                                    {"peakDbfs", info.levels.peaksInDecibels()},
-                                   {"rmsDbfs", info.levels.rmsInDecibels()}};
+                                   {"rmsDbfs", info.levels.rmsInDecibels()},
+                                   {"reader", source.isForeign() ? "libsndfile" : "library"}};
+  if (source.bits > 0) {
+    object["bits"] = source.bits;
+  }
+  if (source.isForeign()) {
+    object["readerReason"] = source.whyForeign;
+  }
   if (const std::string note = noteOn(info); !note.empty()) {
     object["note"] = note;
   }
@@ -143,11 +155,15 @@ int runInfo(const CLI::App& command)
   std::vector<std::string> names;
   std::vector<NameMapping> mappings;
   bool isJson = false;
+  bool isQuiet = false;
   for (const Argument& argument : argumentsInOrder(command)) {
     if (argument.isFile()) {
+      checkInputName(argument.value);
       names.push_back(argument.value);
     } else if (argument.option == "--map") {
       mappings.push_back(nameMappingOfText(argument.option, argument.value));
+    } else if (argument.option == "--quiet") {
+      isQuiet = true;
     } else {
       isJson = true;
     }
@@ -160,7 +176,7 @@ int runInfo(const CLI::App& command)
   for (const std::string& name : names) {
     throwIfInterrupted();
     try {
-      tellOf(name, mappings, isJson ? &objects : nullptr);
+      tellOf(name, mappings, isJson || isQuiet ? &objects : nullptr);
     } catch (const Failure& failure) {
       status = 1;
       std::fflush(stdout);
@@ -168,9 +184,8 @@ int runInfo(const CLI::App& command)
       objects.push_back({{"file", name}, {"error", failure.reason()}});
     }
   }
-  if (isJson) {
-    std::cout << objects.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-              << std::endl;
+  if (isJson && !isQuiet) {
+    printJson(objects);
   }
   return status;
 }

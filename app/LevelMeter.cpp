@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <numeric>
 
 LevelMeter::LevelMeter(int channels, TovSampleEncoding encoding, int bits)
     : levels(static_cast<std::size_t>(channels))
@@ -42,31 +43,36 @@ static std::int32_t largestMagnitude(const float* samples, int frames)
   return largest;
 }
 
-static double square(float sample)
-{
-  const double number = static_cast<double>(sample);
-  return std::isnan(sample) ? 0.0 : number * number;
-}
-
-/** Of numbers only.  Side by side, since in one sum each addition would wait for
- *  the one before. */
+/** Of numbers.  Side by side, since in one sum each addition would wait for the
+ *  one before. */
 static double sumOfSquares(const float* samples, int frames)
 {
-  double a = 0.0;
-  double b = 0.0;
-  double c = 0.0;
-  double d = 0.0;
+  constexpr int kSums = 8;
+  double sums[kSums] = {};
   int i = 0;
-  for (; i + 4 <= frames; i += 4) {
-    a += square(samples[i]);
-    b += square(samples[i + 1]);
-    c += square(samples[i + 2]);
-    d += square(samples[i + 3]);
+  for (; i + kSums <= frames; i += kSums) {
+    for (int k = 0; k < kSums; ++k) {
+      const double sample = static_cast<double>(samples[i + k]);
+      sums[k] += sample * sample;
+    }
   }
+  double rest = 0.0;
   for (; i < frames; ++i) {
-    a += square(samples[i]);
+    const double sample = static_cast<double>(samples[i]);
+    rest += sample * sample;
   }
-  return (a + b) + (c + d);
+  return std::accumulate(sums, sums + kSums, rest);
+}
+
+/** Peak and power, without what is no number. */
+static void addNumbers(ChannelLevel& level, const float* samples, int frames)
+{
+  for (int i = 0; i < frames; ++i) {
+    if (!std::isnan(samples[i])) {
+      level.peak = std::max(level.peak, std::fabs(samples[i]));
+      level.sumOfSquares += sumOfSquares(samples + i, 1);
+    }
+  }
 }
 
 void LevelMeter::measure(const TovNLPArray<float>& samples, int frames)
@@ -76,13 +82,11 @@ void LevelMeter::measure(const TovNLPArray<float>& samples, int frames)
     const float* const channel = samples[static_cast<int>(c)];
     const float peak = std::bit_cast<float>(largestMagnitude(channel, frames));
     if (std::isnan(peak)) {
-      for (int i = 0; i < frames; ++i) {
-        level.peak = std::max(level.peak, std::fabs(channel[i]));
-      }
+      addNumbers(level, channel, frames);
     } else {
       level.peak = std::max(level.peak, peak);
+      level.sumOfSquares += sumOfSquares(channel, frames);
     }
-    level.sumOfSquares += sumOfSquares(channel, frames);
     if (!(peak < std::min(above, -below))) {
       level.clipped += std::count_if(channel, channel + frames,
                                      [this](float sample) { return isClipped(sample); });
@@ -113,6 +117,15 @@ long long LevelMeter::getClipped() const
     clipped += level.clipped;
   }
   return clipped;
+}
+
+std::vector<long long> LevelMeter::clippedOfChannels() const
+{
+  std::vector<long long> counts;
+  for (const ChannelLevel& level : levels) {
+    counts.push_back(level.clipped);
+  }
+  return counts;
 }
 
 std::vector<double> LevelMeter::peaksInDecibels() const

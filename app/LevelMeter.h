@@ -24,6 +24,7 @@ public:
   const std::vector<ChannelLevel>& getChannels() const { return levels; }
   float getHighestPeak() const;
   long long getClipped() const; ///< of all channels
+  std::vector<long long> clippedOfChannels() const;
   std::vector<double> peaksInDecibels() const;
   std::vector<double> rmsInDecibels() const;
 

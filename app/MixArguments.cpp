@@ -7,6 +7,7 @@
 #include "app/Failures.h"
 #include "app/FileSuffix.h"
 #include "app/NumberText.h"
+#include "app/StandardOutput.h"
 #include "app/TimeText.h"
 #include "core/TovGlobals.h"
 
@@ -20,40 +21,43 @@ const std::vector<OptionRow> kMixOptions = {
      "Stereo width: 1 full, 0 one point, -1 sides swapped (default 1)"},
     {"--start", "TIME", kTrackGroup, "When the file starts on the timeline (default 0)"},
     {"--end", "TIME", kTrackGroup, "When it stops on the timeline (default: when it runs out)"},
-    {"--in", "TIME", kTrackGroup, "From where in the file, at the file's own rate (default 0)"},
-    {"--out", "TIME", kTrackGroup, "To where in the file, at its own rate (default: its end)"},
+    {"--in", "TIME", kTrackGroup, "From where in the file (default 0)"},
+    {"--out", "TIME", kTrackGroup, "To where in the file (default: its end)"},
     {"--play-rate", "HZ", kTrackGroup,
-     "Frames of the file to play per second, 200 to 192000: half the\nfile's rate is half the "
+     "Samples of the file to play per second, 200 to 192000: half the file's rate is half the "
      "speed, an octave down (default: the file's)"},
     {"--channels", "L,R", kTrackGroup, "The two channels to take, counted from 1 (default 1,2)"},
     {"--mute", nullptr, kTrackGroup, "Leave the track out; the mix keeps its length"},
     {"--solo", nullptr, kTrackGroup, "Leave out all tracks without --solo"},
-    {"-o,--output", "FILE", kMixGroup, "The file to write; its suffix says WAV or AIFF"},
-    {"--rate", "HZ", kMixGroup, "Frames per second (default: the highest of the files')"},
+    {"-o,--output", "FILE", kMixGroup,
+     "The file to write; its suffix says WAV or AIFF; - is standard output"},
+    {"--format", "FORMAT", kMixGroup, "wav or aiff (default: by the suffix)"},
+    {"--rate", "HZ", kMixGroup, "Sample rate, 200 to 768000 (default: the highest of the files')"},
     {"--bits", "BITS", kMixGroup, "8, 16, 24 or 32 (default 24)"},
     {"--quality", "QUALITY", kMixGroup,
      "Of rate conversion: proxy, medium, high or highest (default highest)"},
     {"--master", "DB", kMixGroup,
-     "Level of the whole mix, up to +18.06 (default: the session's,\nelse 0)"},
+     "Level of the whole mix, up to +18.06 (default: the session's, else 0)"},
     {"--from", "TIME", kMixGroup, "Where on the timeline to begin (default 0)"},
     {"--to", "TIME", kMixGroup, "Where to end (default: the end of the last track)"},
     {"--save", "SCRIPT", kMixGroup, "Keep the mix in this script, as a session"},
     {"--append", nullptr, kMixGroup,
-     "Put the session that the script holds first, so that the files\nare added to it"},
+     "Put the session that the script holds first, so that the files are added to it"},
     {"--map", "OLD=NEW", kMixGroup,
-     "Files of sessions whose names begin with OLD have moved: begin\nwith NEW; may be repeated, "
+     "Files of sessions whose names begin with OLD have moved: begin with NEW; may be repeated, "
      "the first that fits counts"},
     {"--allow-missing", nullptr, kMixGroup, "Go on without the files that a session misses"},
     {"--fps", "RATE", kMixGroup,
-     "Frames per second of the timeline, for times in frames and\ntimecode; 30000/1001 too "
+     "Frames of the picture per second, for times in frames and timecode; 30000/1001 too "
      "(default 24)"},
     {"--dither", nullptr, kMixGroup,
-     "Round with triangular noise instead of truncating; 8 to 24 bits"},
+     "Round with triangular noise instead of cutting off; 8 to 24 bits"},
     {"--progress", "STYLE", kMixGroup,
-     "auto (text on a terminal), text, json (lines on standard\noutput) or none"},
+     "auto (text on a terminal), text, json (lines on standard output) or none"},
+    {"--json", nullptr, kMixGroup, "Print the result as a JSON object"},
     {"--quiet", nullptr, kMixGroup, "Say nothing but errors"},
     {"--force", nullptr, kMixGroup,
-     "Go on where a 32-bit WAV holds implausible samples, and save\nover settings that cannot be "
+     "Go on where a 32-bit WAV holds implausible samples, and save over settings that cannot be "
      "loaded"},
 };
 
@@ -63,30 +67,30 @@ struct OptionText {
   std::string text;
   double framesPerSecond;
 
-  double seconds() const { return secondsOfTimeText(name, text, framesPerSecond); }
-  double secondsFromZero() const;
+  WrittenTime time() const { return timeOfText(name, text, framesPerSecond); }
+  WrittenTime timeInFile() const;
   float number(double lowest, double highest) const
   {
     return static_cast<float>(numberInRange(name, text, lowest, highest));
   }
 };
 
-double OptionText::secondsFromZero() const
+WrittenTime OptionText::timeInFile() const
 {
-  const double value = seconds();
-  if (value < 0.0) {
+  const WrittenTime value = time();
+  if (value.number < 0.0) {
     throw UsageError(name + ": " + text + " lies before the beginning of the file");
   }
   return value;
 }
 
-static double sourceOut(const OptionText& option)
+static WrittenTime sourceOut(const OptionText& option)
 {
   if (formatBySuffix(option.text) != nullptr) {
     throw UsageError("--out is where the used part of a file ends; the file to write is named "
                      "with -o or --output");
   }
-  return option.secondsFromZero();
+  return option.timeInFile();
 }
 
 static std::pair<int, int> channelPair(const OptionText& option)
@@ -117,6 +121,9 @@ static int playRate(const OptionText& option)
 
 static std::string scriptName(const OptionText& option)
 {
+  if (isStandardOutput(option.text)) {
+    throw UsageError("a mix is kept in a script; standard output is none");
+  }
   if (option.text.empty()) {
     throw UsageError("the name of the script is empty");
   }
@@ -136,9 +143,9 @@ static const std::map<std::string, TrackSetter> kTrackSetters = {
      [](TrackRequest& t, const OptionText& o) { t.gain = decibelsOfText(o.name, o.text); }},
     {"--pan", [](TrackRequest& t, const OptionText& o) { t.pan = o.number(-1.0, 1.0); }},
     {"--width", [](TrackRequest& t, const OptionText& o) { t.width = o.number(-1.0, 1.0); }},
-    {"--start", [](TrackRequest& t, const OptionText& o) { t.start = o.seconds(); }},
-    {"--end", [](TrackRequest& t, const OptionText& o) { t.end = o.seconds(); }},
-    {"--in", [](TrackRequest& t, const OptionText& o) { t.in = o.secondsFromZero(); }},
+    {"--start", [](TrackRequest& t, const OptionText& o) { t.start = o.time(); }},
+    {"--end", [](TrackRequest& t, const OptionText& o) { t.end = o.time(); }},
+    {"--in", [](TrackRequest& t, const OptionText& o) { t.in = o.timeInFile(); }},
     {"--out", [](TrackRequest& t, const OptionText& o) { t.out = sourceOut(o); }},
     {"--play-rate", [](TrackRequest& t, const OptionText& o) { t.playRate = playRate(o); }},
     {"--channels", [](TrackRequest& t, const OptionText& o) { t.channels = channelPair(o); }},
@@ -148,6 +155,8 @@ static const std::map<std::string, TrackSetter> kTrackSetters = {
 
 static const std::map<std::string, MixSetter> kMixSetters = {
     {"--output", [](MixRequest& m, const OptionText& o) { m.output = o.text; }},
+    {"--format",
+     [](MixRequest& m, const OptionText& o) { m.formatName = formatOfText(o.name, o.text); }},
     {"--rate",
      [](MixRequest& m, const OptionText& o) { m.rate = sampleRateOfText(o.name, o.text); }},
     {"--bits", [](MixRequest& m, const OptionText& o) { m.bits = bitsOfText(o.name, o.text); }},
@@ -155,8 +164,8 @@ static const std::map<std::string, MixSetter> kMixSetters = {
      [](MixRequest& m, const OptionText& o) { m.quality = qualityOfText(o.name, o.text); }},
     {"--master",
      [](MixRequest& m, const OptionText& o) { m.master = decibelsOfText(o.name, o.text); }},
-    {"--from", [](MixRequest& m, const OptionText& o) { m.from = o.seconds(); }},
-    {"--to", [](MixRequest& m, const OptionText& o) { m.to = o.seconds(); }},
+    {"--from", [](MixRequest& m, const OptionText& o) { m.from = o.time(); }},
+    {"--to", [](MixRequest& m, const OptionText& o) { m.to = o.time(); }},
     {"--save", [](MixRequest& m, const OptionText& o) { m.script = scriptName(o); }},
     {"--append", [](MixRequest& m, const OptionText&) { m.isAppended = true; }},
     {"--map", [](MixRequest& m,
@@ -166,6 +175,7 @@ static const std::map<std::string, MixSetter> kMixSetters = {
     {"--dither", [](MixRequest& m, const OptionText&) { m.isDithered = true; }},
     {"--progress",
      [](MixRequest& m, const OptionText& o) { m.progress = progressStyleOfText(o.name, o.text); }},
+    {"--json", [](MixRequest& m, const OptionText&) { m.isJson = true; }},
     {"--quiet", [](MixRequest& m, const OptionText&) { m.isQuiet = true; }},
     {"--force", [](MixRequest& m, const OptionText&) { m.isForced = true; }},
 };
@@ -190,10 +200,10 @@ static double framesPerSecondOf(const std::vector<Argument>& arguments)
 
 static void checkTrack(const TrackRequest& track)
 {
-  if (track.end && *track.end <= track.start) {
+  if (track.end && track.end->isSurelyNotBehind(track.start)) {
     throw UsageError("--end of " + track.file + " is not behind its --start");
   }
-  if (track.out && *track.out <= track.in) {
+  if (track.out && track.out->isSurelyNotBehind(track.in)) {
     throw UsageError("--out of " + track.file + " is not behind its --in");
   }
 }
@@ -226,7 +236,7 @@ static void checkTimes(const MixRequest& mix)
   for (const TrackRequest& track : mix.tracks) {
     checkTrack(track);
   }
-  if (mix.from && mix.to && *mix.to <= *mix.from) {
+  if (mix.from && mix.to && mix.to->isSurelyNotBehind(*mix.from)) {
     throw UsageError("--to is not behind --from");
   }
 }
@@ -240,8 +250,11 @@ static void checkMix(const MixRequest& mix)
     throw UsageError("the file to write is missing: -o FILE");
   }
   if (!mix.output.empty()) {
-    checkOutputSuffix("--output", mix.output);
+    checkOutput("--output", mix.output, mix.formatName);
+  } else if (!mix.formatName.empty()) {
+    throw UsageError("--format is for a file to write: -o FILE");
   }
+  refuseJsonBesideSound(mix.output, mix.isJson || mix.progress == ProgressStyle::json);
   checkSaving(mix);
   checkTimes(mix);
   if (mix.isDithered) {
@@ -256,6 +269,7 @@ static MixRequest readRequest(const std::vector<Argument>& arguments)
   for (const Argument& argument : arguments) {
     const OptionText option = {argument.option, argument.value, framesPerSecond};
     if (argument.isFile()) {
+      checkInputName(argument.value);
       mix.tracks.emplace_back();
       mix.tracks.back().file = argument.value;
     } else if (const auto whole = kMixSetters.find(argument.option); whole != kMixSetters.end()) {
@@ -308,7 +322,8 @@ MixRequest heardRequestOf(const std::vector<Argument>& arguments)
 
 std::vector<OptionRow> saveOptions()
 {
-  return trackOptionsAnd({"--master", "--append", "--map", "--fps", "--quiet", "--force"});
+  return trackOptionsAnd(
+      {"--master", "--append", "--map", "--fps", "--json", "--quiet", "--force"});
 }
 
 MixRequest saveRequestOf(std::vector<Argument> arguments)

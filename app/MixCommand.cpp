@@ -8,14 +8,15 @@
 
 static const char* const kMixNotes =
     "Examples:\n"
-    "  tov mix drums.wav --gain -3 bass.aiff --pan -0.4 --start 1.5 voice.wav -o mix.wav\n"
-    "  tov mix a.wav --in 10 --out 20 b.wav --start 00:00:05.500 -o mix.aiff --rate 48000\n"
+    "  tov mix drums.wav --gain -3 bass.aiff --start 1.5 voice.wav -o mix.wav\n"
+    "  tov mix a.wav --in 10 --out 20 b.wav --start 5.5 -o mix.aiff --rate 48000\n"
     "  tov mix scene.wav --start 01:00:10:12 --from 01:00:00:00 --fps 25 -o reel.wav\n"
+    "  tov mix drums.wav bass.aiff --start 2 --save shot.script\n"
+    "  tov mix shot.script voice.wav --start 4 -o mix.wav\n"
+    "  tov mix shot.script -o - | sox -t wav - shot.flac\n"
     "\n"
-    "Times are seconds (1.5), clock times (HH:MM:SS.mmm or MM:SS.mmm), frames of the timeline\n"
-    "(120f) or timecode (HH:MM:SS:FF); the last two go by --fps.  Timecode is non-drop only.\n"
-    "--start, --end, --from and --to may be negative.  Times are taken to the nearest frame; a\n"
-    "file of another rate than the mix may lie up to one of its own frames beside that.\n"
+    "--start, --end, --from and --to may be negative.  Times are taken to the nearest sample; a\n"
+    "file of another rate than the mix may lie up to one of its own samples beside that.\n"
     "\n"
     "Every track fades in over 20 ms at its start and out over 20 ms before its end.  An --end\n"
     "behind the end of the file, and an --out too, mean the end of the file.\n"
@@ -25,23 +26,21 @@ static const char* const kMixNotes =
     "A file of one channel feeds both sides.\n"
     "\n"
     "A FILE may also be a session: a script that holds a mix, kept there by --save or by the\n"
-    "host.  Its tracks stand where it is named, with their own settings; the master level is\n"
-    "that of the first session unless --master says another.  Its files are looked for beside\n"
-    "the script first, then as they stand.  --save keeps the whole mix: a file in the script's\n"
-    "folder or below by its name relative to that folder, any other by its whole path.  A saved\n"
-    "mix renders to the same samples as this one with the same options; rate, bits, quality,\n"
-    "--from and --to are not kept, nor can be --channels.  Times are kept as given and come onto\n"
-    "the output's frames when rendered, so that this holds at every rate.\n"
+    "host application.  Its tracks stand where it is named, with their own settings; the master\n"
+    "level is that of the first session unless --master says another.  Its files are looked for\n"
+    "beside the script first, then as they stand.\n"
     "\n"
-    "  tov mix drums.wav --gain -3 bass.aiff --start 2 --save shot.script\n"
-    "  tov mix shot.script voice.wav --start 4 -o mix.wav\n"
+    "--save keeps the whole mix: a file in the script's folder or below by its name relative to\n"
+    "that folder, any other by its whole path.  A saved mix renders to the same samples as this\n"
+    "one with the same options; rate, bits, quality, --from and --to are not kept, nor can be\n"
+    "--channels.  Times are kept as given and come onto the output's samples when rendered, so\n"
+    "that this holds at every rate.\n"
     "\n"
     "Samples above full scale are clipped and reported.  32-bit WAV is floating point with full\n"
     "scale at 32768 under an integer's tag, which other programs hear as noise: for 32 bits\n"
     "write AIFF.  WAV files of 25 to 32 bits are read in the same way.\n"
     "\n"
-    "The output appears complete or not at all: an old file of its name stays until then.\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.";
+    "The output appears complete or not at all: an old file of its name stays until then.\n";
 
 CLI::App* declareMix(CLI::App& program)
 {
@@ -60,13 +59,16 @@ int runMix(const CLI::App& command)
   if (!request.script.empty()) {
     checkSession(contents, request);
   }
+  MixReport report(request);
   if (!request.output.empty()) {
-    tellOfMix(request, renderMix(contents, request, notices));
+    report.tellOfMix(renderMix(contents, request, notices));
   }
   if (!request.script.empty()) {
     // Composed anew: the script may have been edited during the render.
     saveSession(contents, request);
-    sayWhatWasSaved(contents, request, notices);
+    sayWhatIsMissing(contents, request, notices);
+    report.tellOfSession(contents);
   }
+  report.finish();
   return 0;
 }

@@ -1,18 +1,31 @@
 #include "app/MixContents.h"
 
+#include <algorithm>
+
 #include "app/Failures.h"
+#include "app/ForeignSounds.h"
 #include "app/ScriptFile.h"
 #include "app/Session.h"
 #include "pcm/TovPcm.h"
 
+/** Its settings follow once all files are open. */
 static MixTrack trackOfFile(const TrackRequest& request)
 {
   MixTrack track;
   track.source = openSource(request.file);
   track.name = track.source->name;
-  track.settings = settingsOf(request, *track.source);
   track.channels = request.channels;
   return track;
+}
+
+/** What samples on the timeline are counted by. */
+static int countingRateOf(const MixRequest& request, const MixContents& contents)
+{
+  int rate = 0;
+  for (const MixTrack& track : contents.tracks) {
+    rate = track.source ? std::max(rate, track.source->rate()) : rate;
+  }
+  return request.rate.value_or(rate);
 }
 
 /** Looks for the file of a session's track. */
@@ -82,10 +95,13 @@ static bool addWhatIsThere(MixContents& contents, const MixRequest& request, con
 
 MixContents gatherMix(const MixRequest& request, const Notices& notices)
 {
+  readIntegersAsScaledFloats(request.isForced);
   MixContents contents;
+  std::vector<std::pair<std::size_t, const TrackRequest*>> fromFiles;
   bool isAnySession = request.isAppended && addWhatIsThere(contents, request, notices);
   for (const TrackRequest& track : request.tracks) {
     if (!isSession(track.file)) {
+      fromFiles.emplace_back(contents.tracks.size(), &track);
       contents.tracks.push_back(trackOfFile(track));
       continue;
     }
@@ -98,6 +114,11 @@ MixContents gatherMix(const MixRequest& request, const Notices& notices)
   }
   if (!request.mappings.empty() && !isAnySession) {
     throw UsageError("--map is for the files of a session, and there is none");
+  }
+  contents.countingRate = countingRateOf(request, contents);
+  for (const auto& [index, wish] : fromFiles) {
+    MixTrack& track = contents.tracks[index];
+    track.settings = settingsOf(*wish, *track.source, contents.countingRate);
   }
   if (request.master) {
     contents.masterGain = TovPcm::dBToFactor(*request.master);

@@ -63,7 +63,7 @@ MixGraph::MixGraph(const MixContents& contents, const MixRequest& request, const
                    ProviderReference<TovAudioMixer> filledMixer)
     : tracks(contents.tracks), mixer(std::move(filledMixer)),
       context(mixRate(request, contents), request.quality, setFramesPerSecond(request), 0.0),
-      leftAndRight(everyChannel(2))
+      countingRate(contents.countingRate), leftAndRight(everyChannel(2))
 {
   if (!std::isfinite(contents.masterGain)) {
     throw Failure("mix", "the session's master level is no number; --master sets another");

@@ -31,6 +31,9 @@ public:
   MixGraph& operator=(const MixGraph&) = delete;
 
   int getRate() const { return context.sampleRate; }
+
+  /** What times in samples go by; not the rate where it is the player's. */
+  int getCountingRate() const { return countingRate; }
   int getTrackCount() const { return static_cast<int>(plans.size()); }
   const MixTrack& getTrack(int track) const { return tracks[index(track)]; }
   const TrackPlan& getPlan(int track) const { return plans[index(track)]; }
@@ -63,5 +66,6 @@ private:
   std::vector<ProviderReference<WatchedFile>> files; ///< of those that are not missing
   ProviderReference<TovAudioMixer> mixer;
   TovAudioContext context;
+  int countingRate;
   TovNLArray<int> leftAndRight;
 };

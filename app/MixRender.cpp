@@ -10,6 +10,7 @@
 #include "app/MixGraph.h"
 #include "app/MixSpan.h"
 #include "app/ScaledFloatInput.h"
+#include "app/StandardOutput.h"
 #include "pcm/TovPcm.h"
 
 static constexpr int kBlockFrames = 4096;
@@ -70,7 +71,7 @@ MixResult renderMix(const MixContents& contents, const MixRequest& request, cons
 {
   refuseMissing(contents, request.isMissingAllowed, notices);
   MixGraph graph(contents, request, notices);
-  const FrameSpan span = spanOf(request, graph, request.output);
+  const FrameSpan span = spanOf(request, graph, outputNameForPeople(request.output));
   OutputPlan plan = {};
   plan.target = request.output;
   plan.rate = graph.getRate();
@@ -78,6 +79,7 @@ MixResult renderMix(const MixContents& contents, const MixRequest& request, cons
   plan.channels = kChannels;
   plan.frames = span.to - span.from;
   plan.isDithered = request.isDithered;
+  plan.formatName = request.formatName;
   AudioOutput output(plan, notices);
   for (int i = 0; i < graph.getTrackCount(); ++i) {
     if (const MixTrack& track = graph.getTrack(i); track.source) {

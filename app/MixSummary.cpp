@@ -1,10 +1,10 @@
 #include "app/MixSummary.h"
 
 #include <cstdio>
-#include <iostream>
 
-#include <nlohmann/json.hpp>
-
+#include "app/JsonOutput.h"
+#include "app/NumberText.h"
+#include "app/StandardOutput.h"
 #include "app/TimeText.h"
 #include "app/TrackText.h"
 
@@ -45,45 +45,91 @@ void printMixSummary(const MixRequest& request, const MixResult& result)
 static nlohmann::ordered_json jsonOf(const MixedTrack& mixed)
 {
   const TrackSettings& settings = mixed.track.settings;
-  return {{"file", mixed.track.name},      {"gain", decibelsOfFactor(settings.gain)},
-          {"pan", settings.pan},           {"width", settings.width},
-          {"start", mixed.plan.startTime}, {"end", mixed.plan.soundEnd},
+  return {{"file", mixed.track.name},       {"gain", decibelsOfFactor(settings.gain)},
+          {"pan", decimalOf(settings.pan)}, {"width", decimalOf(settings.width)},
+          {"start", mixed.plan.startTime},  {"end", mixed.plan.soundEnd},
           {"heard", mixed.isHeard}};
 }
 
-static void printMixSummaryAsJson(const MixRequest& request, const MixResult& result)
+nlohmann::ordered_json jsonOfMix(const MixRequest& request, const MixResult& result)
 {
   nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
   for (const MixedTrack& track : result.tracks) {
     tracks.push_back(jsonOf(track));
   }
-  nlohmann::ordered_json clipped = nlohmann::ordered_json::array();
-  for (const ChannelLevel& level : result.levels.getChannels()) {
-    clipped.push_back(level.clipped);
-  }
-  const nlohmann::ordered_json line = {{"event", "done"},
-                                       {"output", request.output},
-                                       {"tracks", tracks},
-                                       {"sampleRate", result.rate},
-                                       {"bits", request.bits},
-                                       {"frames", result.frames},
-                                       {"seconds", result.seconds()},
-                                       {"peakDbfs", result.levels.peaksInDecibels()},
-                                       {"clipped", clipped},
-                                       {"timesRealTime", result.timesRealTime}};
-  // A file's name need not be valid UTF-8; the line must be.
-  std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-            << std::endl;
+  return {{"event", "done"},
+          {"output", request.output},
+          {"tracks", tracks},
+          {"sampleRate", result.rate},
+          {"bits", request.bits},
+          {"frames", result.frames},
+          {"seconds", result.seconds()},
+          {"peakDbfs", result.levels.peaksInDecibels()},
+          {"clipped", result.levels.clippedOfChannels()},
+          {"timesRealTime", result.timesRealTime}};
 }
 
-void tellOfMix(const MixRequest& request, const MixResult& result)
+static void printSession(const MixRequest& request, const MixContents& contents)
 {
-  if (request.isQuiet) {
+  const std::size_t count = contents.tracks.size();
+  std::printf("%s: holds the mix of %zu %s\n", request.script.c_str(), count,
+              count == 1 ? "track" : "tracks");
+}
+
+static nlohmann::ordered_json jsonOfSession(const MixRequest& request, const MixContents& contents)
+{
+  nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
+  for (const MixTrack& track : contents.tracks) {
+    tracks.push_back({{"file", track.name}, {"found", !track.isMissing()}});
+  }
+  return {{"event", "saved"}, {"script", request.script}, {"tracks", tracks}};
+}
+
+MixReport::MixReport(const MixRequest& reportedRequest)
+    : request(reportedRequest), isQuiet(request.isQuiet || isStandardOutput(request.output))
+{
+}
+
+void MixReport::tellOfMix(const MixResult& result)
+{
+  if (isQuiet) {
     return;
   }
-  if (request.progress == ProgressStyle::json) {
-    printMixSummaryAsJson(request, result);
+  if (request.isJson || request.progress == ProgressStyle::json) {
+    takeJson(jsonOfMix(request, result));
   } else {
     printMixSummary(request, result);
+  }
+}
+
+void MixReport::tellOfSession(const MixContents& contents)
+{
+  if (isQuiet) {
+    return;
+  }
+  if (request.isJson || request.progress == ProgressStyle::json) {
+    takeJson(jsonOfSession(request, contents));
+  } else {
+    printSession(request, contents);
+  }
+}
+
+/** With --json one object holds everything: where a mix is rendered and saved,
+ *  that of the render also names the script. */
+void MixReport::takeJson(const nlohmann::ordered_json& part)
+{
+  if (!request.isJson) {
+    printJsonLine(part);
+  } else if (object.empty()) {
+    object = part;
+  } else {
+    object["script"] = part["script"];
+  }
+}
+
+void MixReport::finish() const
+{
+  if (!object.empty()) {
+    printJsonLine(object);
   }
 }

@@ -33,6 +33,7 @@ struct MixTrack {
 struct MixContents {
   std::vector<MixTrack> tracks;
   float masterGain = 1.0f; ///< factor
+  int countingRate = 0;    ///< of times in samples: the output's, else the highest; 0: unknown
 
   bool areAnyMissing() const
   {

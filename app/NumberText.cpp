@@ -32,6 +32,13 @@ std::optional<long long> wholeNumberOf(const std::string& text)
   return parse<long long>(text);
 }
 
+double decimalOf(float value)
+{
+  char text[64];
+  const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
+  return numberOf(std::string(text, end.ptr)).value_or(static_cast<double>(value));
+}
+
 std::string shortNumber(double value)
 {
   char text[40];

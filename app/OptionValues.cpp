@@ -84,6 +84,23 @@ int qualityOfText(const std::string& option, const std::string& text)
                    suggestion(text, names));
 }
 
+std::string formatOfText(const std::string& option, const std::string& text)
+{
+  if (text != "wav" && text != "aiff") {
+    throw UsageError(option + ": \"" + text + "\" is none of wav and aiff" +
+                     suggestion(text, {"wav", "aiff"}));
+  }
+  return text;
+}
+
+void checkInputName(const std::string& name)
+{
+  if (name == "-") {
+    throw UsageError("standard input cannot be read, since sound files are read from more than "
+                     "one place; name a file (one that is called \"-\" is ./-)");
+  }
+}
+
 void checkDitherBits(int bits)
 {
   if (bits == 32) {

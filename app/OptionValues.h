@@ -28,5 +28,11 @@ std::string qualityName(int quality);
 
 inline constexpr int kHighestQuality = 3;
 
+/** "wav" or "aiff". */
+std::string formatOfText(const std::string& option, const std::string& text);
+
+/** Throws UsageError where @p name, of a file to read, means standard input. */
+void checkInputName(const std::string& name);
+
 /** Throws UsageError where dither is asked for and would do nothing. */
 void checkDitherBits(int bits);

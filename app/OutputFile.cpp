@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "app/Failures.h"
+#include "app/StandardOutput.h"
 
 std::string systemErrorText(int errorNumber)
 {
@@ -32,8 +33,21 @@ std::string targetBehindLinks(const std::string& name)
   return path.string();
 }
 
-OutputFile::OutputFile(const std::string& targetName) : name(targetName)
+static std::string folderForTemporaries()
 {
+  std::error_code error;
+  const std::filesystem::path path = std::filesystem::temp_directory_path(error);
+  return error ? "/tmp" : path.string();
+}
+
+OutputFile::OutputFile(const std::string& targetName) : name(outputNameForPeople(targetName))
+{
+  if (isStandardOutput(targetName)) {
+    isForStandardOutput = true;
+    folder = folderForTemporaries();
+    makeTemporary();
+    return;
+  }
   const std::filesystem::path path = targetBehindLinks(targetName);
   target = path.string();
   folder = path.has_parent_path() ? path.parent_path().string() : ".";
@@ -84,20 +98,40 @@ void OutputFile::makeTemporary()
 {
   // Leaves room for what is added within the 255 bytes that a name may have.
   constexpr std::size_t kMostOfName = 200;
-  const std::string base = std::filesystem::path(target).filename().string().substr(0, kMostOfName);
+  const std::string base =
+      isForStandardOutput
+          ? "tov"
+          : std::filesystem::path(target).filename().string().substr(0, kMostOfName);
   temporaryPath = folder + "/." + base + ".tov-XXXXXX";
   descriptor = mkostemp(temporaryPath.data(), O_CLOEXEC);
   if (descriptor < 0) {
     temporaryPath.clear();
-    throw Failure(name, "cannot be written: " + systemErrorText(errno));
+    throw Failure(name, "cannot be written: " +
+                            (isForStandardOutput ? "a temporary file in " + folder + ": " : "") +
+                            systemErrorText(errno));
+  }
+  if (isForStandardOutput) {
+    return;
   }
   // A temporary file is private; the finished one is like any other.  A file
   // system without permissions may refuse, and loses nothing by it.
   (void)fchmod(descriptor, modeFor(target));
 }
 
+void OutputFile::allowToHide()
+{
+  if (isForStandardOutput) {
+    unlink(temporaryPath.c_str());
+    temporaryPath.clear();
+  }
+}
+
 void OutputFile::commit()
 {
+  if (isForStandardOutput) {
+    copyToStandardOutput(descriptor);
+    return;
+  }
   if (fsync(descriptor) != 0) {
     throw Failure(name, "could not be written completely: " + systemErrorText(errno));
   }

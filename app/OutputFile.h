@@ -10,7 +10,10 @@
  *
  *  Until commit() the target is untouched; without it the destructor removes
  *  the temporary file.  Killed at any moment, the program leaves the old file
- *  or the complete new one under the target's name. */
+ *  or the complete new one under the target's name.
+ *
+ *  The target "-" is standard output, which commit() writes the whole file to;
+ *  until then it lies in the folder for temporary files. */
 class OutputFile {
 public:
   /** Makes the temporary file beside the target.  A link is followed, so that
@@ -28,7 +31,12 @@ public:
 
   const std::string& getTargetName() const { return name; }
 
-  /** Puts the written file in the target's place.  Throws Failure. */
+  /** The file is open wherever it is needed: where it has no place to be put
+   *  into, its name goes, so that nothing can be left behind. */
+  void allowToHide();
+
+  /** Puts the written file in the target's place.  Throws Failure, and
+   *  Interrupted while standard output takes it. */
   void commit();
 
 private:
@@ -40,6 +48,7 @@ private:
   std::string target; ///< with links followed
   std::string folder;
   std::string temporaryPath; ///< empty once there is none
+  bool isForStandardOutput = false;
   int descriptor = -1;
 };
 

@@ -9,24 +9,25 @@
 #include "app/NumberText.h"
 #include "app/Suggestion.h"
 
-static constexpr int kPlayerRate = 44100;
-
 static constexpr const char* kPlayGroup = "Options of playback, anywhere";
 
 static const std::vector<OptionRow> kOwnOptions = {
     {"--loop", nullptr, kPlayGroup, "Play over and over"},
     {"--reverse", nullptr, kPlayGroup, "Play backwards, from --to to --from"},
     {"--volume", "VOLUME", kPlayGroup, "0 to 1, or decibels up to 0, as -6dB (default 1)"},
-    {"--filter", "HZ", kPlayGroup, "Low-pass filter, 100 to 20000; 0 is none (default 0)"},
+    {"--filter", "CUTOFF", kPlayGroup,
+     "Low-pass filter in hertz, 100 to 20000; 0 is none (default 0)"},
     {"--quality", "QUALITY", kPlayGroup,
-     "Of rate conversion: proxy, medium, high or highest (default\nmedium)"},
+     "Of rate conversion: proxy, medium, high or highest (default medium)"},
     {"--device", "DEVICE", kPlayGroup,
-     "auto (the computer's audio output, or else silence), cubeb (the\noutput) or null (silence "
-     "against the clock); default: the\nenvironment's PLAYOUT_DEVICE, else auto"},
+     "auto (the computer's audio output, or else silence), cubeb (the output) or null (silence "
+     "against the clock); default: the environment's PLAYOUT_DEVICE, else auto"},
     {"--progress", "STYLE", kPlayGroup,
-     "auto (one line with keys on a terminal, else text), text (a line\na second), json (lines on "
+     "auto (one line with keys on a terminal, else text), text (a line a second), json (lines on "
      "standard output) or none"},
-    {"--json", nullptr, kPlayGroup, "The same as --progress json"},
+    {"--json", nullptr, kPlayGroup,
+     "Print where it is as a JSON object a second, and at the end the result; the same as "
+     "--progress json"},
 };
 
 static float volumeOfText(const std::string& option, const std::string& text)
@@ -103,7 +104,6 @@ PlayRequest playRequestOf(const std::vector<Argument>& arguments)
     }
   }
   request.mix = heardRequestOf(ofMix);
-  request.mix.rate = kPlayerRate;
   if (request.mix.isQuiet) {
     request.report = ProgressStyle::none;
   }

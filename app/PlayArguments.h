@@ -9,7 +9,7 @@
 
 /** What is to be played and how. */
 struct PlayRequest {
-  MixRequest mix; ///< at the player's rate
+  MixRequest mix;
   bool isLoop = false;
   bool isReverse = false;
   float volume = 1.0f;        ///< factor, 0 to 1

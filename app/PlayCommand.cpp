@@ -19,15 +19,16 @@
 #include "playback/TovAudioPlayer.h"
 #include "playback/TovAudioPlayerFactory.h"
 
+static constexpr int kPlayerRate = 44100;
+
 static const char* const kPlayNotes =
-    "Plays the mix that \"tov mix\" with the same files and options would write, through the\n"
-    "computer's audio output at 44100 Hz.  \"tov mix --help\" tells of tracks, times and "
-    "sessions.\n"
-    "\n"
     "Examples:\n"
     "  tov play drums.wav --gain -3 bass.aiff --pan -0.4 --start 1.5\n"
     "  tov play shot.script --from 10 --to 20 --loop --volume -6dB\n"
     "  tov play shot.script --device null --json\n"
+    "\n"
+    "Plays the mix that \"tov mix\" with the same files and options would write, through the\n"
+    "computer's audio output at 44100 Hz.  \"tov mix --help\" tells of tracks and sessions.\n"
     "\n";
 
 static const char* const kPlayNotesBehindKeys =
@@ -36,8 +37,8 @@ static const char* const kPlayNotesBehindKeys =
     "while it plays has such a gap where it goes round for the first time; from then on, and with\n"
     "--loop from the beginning, it has none.  A loop is a tenth of a second long at least.  The\n"
     "position, in minutes and as timecode by --fps, is the one that is heard.  Levels are peaks\n"
-    "in dBFS behind the volume, held for a moment; clips counts how often the left and the right\n"
-    "one rose above full scale.\n"
+    "in dBFS (0 is full scale) behind the volume, held for a moment; clips counts how often the\n"
+    "left and the right one rose above full scale.\n"
     "\n"
     "At the end the program ends, with --reverse at the beginning; where it was turned round with\n"
     "j or l, it pauses there.\n"
@@ -46,9 +47,9 @@ static const char* const kPlayNotesBehindKeys =
     "suspends the program and pauses playback until it is continued.\n"
     "\n"
     "Where standard input or standard error is no terminal there are no keys, and the line is\n"
-    "written to standard error once a second; with --json, an object a line on standard output.\n"
-    "With --quiet and with any --progress but auto there are no keys either.\n"
-    "Exit status: 0 played or quit, 1 failed, 2 wrong usage, 130 interrupted.";
+    "written to standard error once a second; with --json, an object a line on standard output,\n"
+    "the last of which has \"event\": \"done\".  With --quiet and with any --progress but auto\n"
+    "there are no keys either.\n";
 
 CLI::App* declarePlay(CLI::App& program)
 {
@@ -116,7 +117,9 @@ int runPlay(const CLI::App& command)
   const Notices notices(request.mix.isQuiet);
   const MixContents contents = gatherMix(request.mix, notices);
   refuseMissing(contents, request.mix.isMissingAllowed, notices);
-  MixGraph graph(contents, request.mix, notices,
+  MixRequest heard = request.mix;
+  heard.rate = kPlayerRate;
+  MixGraph graph(contents, heard, notices,
                  ProviderReference<TovAudioMixer>(TovAudioMixer::getMasterMixer()));
   const PlayHead head = headOf(request, graph);
   checkScaledFloatInputs(graph, request, notices);

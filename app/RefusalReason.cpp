@@ -10,8 +10,11 @@
 #include <sys/stat.h>
 
 #include "app/FileSuffix.h"
+#include "app/FirstBytes.h"
+#include "app/ForeignSounds.h"
 #include "app/HeaderChunks.h"
 #include "app/LibraryMessages.h"
+#include "io/TovAudioTranslator.h"
 
 static std::string notSupported(const std::string& what)
 {
@@ -225,17 +228,36 @@ static std::string fileReason(const std::string& path)
   return status.st_size == 0 ? "is empty" : "";
 }
 
+/** Why libsndfile does not help with a file of one of its formats. */
+static std::string foreignReason(const std::string& path)
+{
+  const std::string format = soundFormatByFirstBytes(path);
+  if (format.empty()) {
+    return std::string();
+  }
+  if (!hasLibsndfile()) {
+    return "begins as " + format + ", and this build lacks libsndfile, which would read it";
+  }
+  return libsndfileError(path);
+}
+
 static std::string suffixReason(const std::string& path)
 {
   if (formatBySuffix(path) != nullptr) {
     return std::string();
   }
+  if (const std::string reason = foreignReason(path); !reason.empty()) {
+    return reason;
+  }
   const std::string suffix = suffixOf(path);
+  if (TovAudioTranslator::findReader(TovName::getString(suffix.c_str()), 0) != nullptr) {
+    return "does not begin as a sound file of any kind that is known";
+  }
   return (suffix.empty() ? "has no suffix" : "the suffix ." + suffix + " is not supported") +
-         "; files end in " + knownSuffixes();
+         "; files end in " + readableSuffixes();
 }
 
-static std::string contentReason(const std::string& path)
+static std::string ownContentReason(const std::string& path)
 {
   const std::string format = formatNameForPeople(*formatBySuffix(path));
   if (format == "WAV") {
@@ -247,6 +269,15 @@ static std::string contentReason(const std::string& path)
     return aiffReason(bytes);
   }
   return std::string();
+}
+
+static std::string contentReason(const std::string& path)
+{
+  const std::string reason = ownContentReason(path);
+  const bool couldBeRead = !hasLibsndfile() && !soundFormatByFirstBytes(path).empty();
+  return reason.empty() || !couldBeRead
+             ? reason
+             : reason + "; this build lacks libsndfile, which might read it";
 }
 
 std::string refusalReason(const std::string& path)

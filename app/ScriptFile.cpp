@@ -7,6 +7,7 @@
 #include "app/AudioCommand.h"
 #include "app/Failures.h"
 #include "app/FileSuffix.h"
+#include "app/ForeignSounds.h"
 #include "app/OutputFile.h"
 #include "core/TovFile.h"
 
@@ -54,7 +55,7 @@ std::optional<std::string> readScript(const std::string& name)
 
 bool isSession(const std::string& name)
 {
-  if (formatBySuffix(name) != nullptr) {
+  if (formatBySuffix(name) != nullptr || !whyForeign(name).empty()) {
     return false;
   }
   try {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "app/NumberText.h"
 #include "app/TimeText.h"
 #include "app/TrackText.h"
 
@@ -31,20 +32,14 @@ void printSession(const std::string& name, const MixContents& contents)
 static nlohmann::ordered_json jsonOf(const MixTrack& track)
 {
   const TrackSettings& settings = track.settings;
-  nlohmann::ordered_json object = {{"file", track.entry->storedName},
-                                   {"path", track.entry->path},
-                                   {"found", !track.isMissing()},
-                                   {"gain", decibelsOfFactor(settings.gain)},
-                                   {"pan", settings.pan},
-                                   {"width", settings.width},
-                                   {"mute", settings.mute},
-                                   {"solo", settings.solo},
-                                   {"start", settings.start},
-                                   {"end", nullptr},
-                                   {"shift", settings.shift},
-                                   {"in", settings.srcIn},
-                                   {"out", settings.srcOut},
-                                   {"playRate", settings.playRate}};
+  nlohmann::ordered_json object = {
+      {"file", track.entry->storedName}, {"path", track.entry->path},
+      {"found", !track.isMissing()},     {"gain", decibelsOfFactor(settings.gain)},
+      {"pan", decimalOf(settings.pan)},  {"width", decimalOf(settings.width)},
+      {"mute", settings.mute},           {"solo", settings.solo},
+      {"start", settings.start},         {"end", nullptr},
+      {"shift", settings.shift},         {"in", settings.srcIn},
+      {"out", settings.srcOut},          {"playRate", settings.playRate}};
   if (settings.hasEnd()) {
     object["end"] = settings.end;
   }
@@ -53,10 +48,14 @@ static nlohmann::ordered_json jsonOf(const MixTrack& track)
     return object;
   }
   object["format"] = track.source->formatName;
-  object["bits"] = track.source->bits;
+  object["bits"] = nullptr;
+  if (track.source->bits > 0) {
+    object["bits"] = track.source->bits;
+  }
   object["sampleRate"] = track.source->rate();
   object["channels"] = track.source->channels();
   object["frames"] = track.source->format.frameCount;
+  object["reader"] = track.source->isForeign() ? "libsndfile" : "library";
   return object;
 }
 

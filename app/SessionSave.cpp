@@ -2,9 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <iostream>
 
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "app/AudioCommand.h"
@@ -167,24 +165,12 @@ void checkSession(const MixContents& contents, const MixRequest& request)
   const OutputFile file(request.script);
 }
 
-void sayWhatWasSaved(const MixContents& contents, const MixRequest& request, const Notices& notices)
+void sayWhatIsMissing(const MixContents& contents, const MixRequest& request,
+                      const Notices& notices)
 {
   for (const MixTrack& track : contents.tracks) {
     if (track.isMissing() && request.output.empty()) {
       notices.say(track.name, track.whyMissing + "; its entry is kept");
     }
-  }
-  if (request.isQuiet) {
-    return;
-  }
-  const std::size_t count = contents.tracks.size();
-  if (request.progress == ProgressStyle::json) {
-    const nlohmann::ordered_json line = {
-        {"event", "saved"}, {"script", request.script}, {"tracks", count}};
-    std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-              << std::endl;
-  } else {
-    std::printf("%s: holds the mix of %zu %s\n", request.script.c_str(), count,
-                count == 1 ? "track" : "tracks");
   }
 }

@@ -13,7 +13,7 @@ void saveSession(const MixContents& contents, const MixRequest& request);
  *  render first. */
 void checkSession(const MixContents& contents, const MixRequest& request);
 
-/** Says on standard error which files the session will not find, and on
- *  standard output what was saved. */
-void sayWhatWasSaved(const MixContents& contents, const MixRequest& request,
-                     const Notices& notices);
+/** Says on standard error which files the session will not find, unless
+ *  rendering has said it already. */
+void sayWhatIsMissing(const MixContents& contents, const MixRequest& request,
+                      const Notices& notices);

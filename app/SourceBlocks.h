@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "app/ChannelBuffers.h"
+#include "app/FrameSpan.h"
 #include "app/SourceFile.h"
 
 /** Frames of a block of so many channels: 4096, but fewer where the channels
@@ -13,6 +14,10 @@ int framesPerBlock(int channels);
  *  hands over block by block.  Constant memory.  Throws Failure where the file
  *  cannot be read to its end, Interrupted between blocks. */
 void readInBlocks(const SourceFile& source,
+                  const std::function<void(const ChannelBuffers& block, int frames)>& take);
+
+/** The same for a part of the file. */
+void readInBlocks(const SourceFile& source, FrameSpan part,
                   const std::function<void(const ChannelBuffers& block, int frames)>& take);
 
 /** Throws Failure where the file has become shorter than its header says. */

@@ -6,7 +6,9 @@
 
 #include "app/Failures.h"
 #include "app/FileSuffix.h"
+#include "app/ForeignSounds.h"
 #include "app/RefusalReason.h"
+#include "app/SoundExtent.h"
 #include "core/TovFile.h"
 #include "io/TovAiffReader.h"
 #include "io/TovAudioTranslator.h"
@@ -42,6 +44,15 @@ static void readHeaderDetails(SourceFile& source)
   }
 }
 
+/** libsndfile would read what is there, without a word. */
+static void refuseForeignThatIsCutShort(const SourceFile& source)
+{
+  const std::string reason = whyCutShort(source.path);
+  if (!reason.empty()) {
+    throw Failure(source.name, reason);
+  }
+}
+
 static void refuseWhatIsCutShort(const SourceFile& source)
 {
   struct stat status = {};
@@ -61,7 +72,8 @@ static void refuseWhatIsCutShort(const SourceFile& source)
 
 std::unique_ptr<TovAudioReader> openReader(const SourceFile& source)
 {
-  const TovAudioTranslator* format = formatBySuffix(source.path);
+  const TovAudioTranslator* format =
+      source.isForeign() ? foreignSounds() : formatBySuffix(source.path);
   std::unique_ptr<TovAudioReader> reader(format == nullptr ? nullptr : format->createReader());
   if (!reader || reader->initialize(source.path.c_str()) != 0) {
     throw Failure(source.name, refusalReason(source.path));
@@ -69,28 +81,7 @@ std::unique_ptr<TovAudioReader> openReader(const SourceFile& source)
   return reader;
 }
 
-SourceFile openSource(const std::string& name)
-{
-  SourceFile source = {};
-  source.name = name;
-  source.path = resolvedPath(name);
-  const std::unique_ptr<TovAudioReader> reader = openReader(source);
-  if (reader->getFileSpec(&source.format) != 0) {
-    throw Failure(name, refusalReason(source.path));
-  }
-  if (source.format.sampleRate < 1 ||
-      source.format.sampleRate > static_cast<unsigned>(std::numeric_limits<int>::max())) {
-    throw Failure(name, "a sample rate of " + std::to_string(source.format.sampleRate) +
-                            " Hz is not supported");
-  }
-  source.formatName = formatNameForPeople(*formatBySuffix(source.path));
-  source.bits = source.storedBits();
-  readHeaderDetails(source);
-  refuseWhatIsCutShort(source);
-  return source;
-}
-
-std::string encodingForPeople(const SourceFile& source)
+static std::string ownEncoding(const SourceFile& source)
 {
   const std::string bits = std::to_string(source.bits) + "-bit ";
   switch (source.format.encoding) {
@@ -104,4 +95,61 @@ std::string encodingForPeople(const SourceFile& source)
   default:
     return bits + "signed integer";
   }
+}
+
+static void describeOwn(SourceFile& source)
+{
+  source.formatName = formatNameForPeople(*formatBySuffix(source.path));
+  source.bits = source.storedBits();
+  readHeaderDetails(source);
+  source.encoding = ownEncoding(source);
+  source.keptBits = source.storedBits();
+  refuseWhatIsCutShort(source);
+}
+
+static void describeForeign(SourceFile& source)
+{
+  const ForeignSound sound = describeForeignSound(source.path);
+  source.formatName = sound.formatName;
+  source.bits = sound.bits;
+  source.keptBits = sound.keptBits;
+  source.encoding = sound.encoding;
+  source.notice = noticeOnForeign(source.path);
+  refuseForeignThatIsCutShort(source);
+}
+
+static long long sizeOfFile(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
+}
+
+SourceFile openSource(const std::string& name)
+{
+  SourceFile source = {};
+  source.name = name;
+  source.path = resolvedPath(name);
+  source.fileBytes = sizeOfFile(source.path);
+  source.whyForeign = whyForeign(source.path);
+  const std::unique_ptr<TovAudioReader> reader = openReader(source);
+  if (reader->getFileSpec(&source.format) != 0) {
+    throw Failure(name, refusalReason(source.path));
+  }
+  if (source.format.sampleRate < 1 ||
+      source.format.sampleRate > static_cast<unsigned>(std::numeric_limits<int>::max())) {
+    throw Failure(name, "a sample rate of " + std::to_string(source.format.sampleRate) +
+                            " Hz is not supported");
+  }
+  if (source.isForeign()) {
+    describeForeign(source);
+  } else {
+    describeOwn(source);
+  }
+  return source;
+}
+
+std::string readerForPeople(const SourceFile& source)
+{
+  return source.isForeign() ? "libsndfile: " + source.whyForeign
+                            : "the library's " + source.formatName + " reader";
 }

@@ -41,7 +41,9 @@ std::string nearestOf(const std::string& written, const std::vector<std::string>
     const std::size_t distance = isPrefix(word, name) ? 1 : editDistance(word, name);
     // Two edits turn any word of two letters into any other.
     const bool sharesNothing = distance >= std::max(word.size(), name.size());
-    if (distance < nearestDistance && !sharesNothing) {
+    // A slip of two keys is likelier than half a word.
+    const bool isLikelier = distance == nearestDistance && isPrefix(word, withoutDashes(nearest));
+    if ((distance < nearestDistance || isLikelier) && !sharesNothing) {
       nearest = candidate;
       nearestDistance = distance;
     }

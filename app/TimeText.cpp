@@ -69,11 +69,17 @@ static std::optional<double> timecodeSeconds(std::vector<std::string> fields,
   return (*wholeSeconds * framesPerCount + *frame) / framesPerSecond;
 }
 
+/** The whole number before a unit; nothing where the text is none with it. */
+static std::optional<double> countOf(const std::string& text, const std::string& unit)
+{
+  return text.ends_with(unit) ? unsignedWhole(text.substr(0, text.size() - unit.size()))
+                              : std::nullopt;
+}
+
 static std::optional<double> unsignedSeconds(const std::string& text, double framesPerSecond)
 {
-  if (text.size() > 1 && text.back() == 'f') {
-    const std::optional<double> frames = unsignedWhole(text.substr(0, text.size() - 1));
-    return frames ? std::optional<double>(*frames / framesPerSecond) : std::nullopt;
+  if (const std::optional<double> frames = countOf(text, "f")) {
+    return *frames / framesPerSecond;
   }
   const std::vector<std::string> fields = splitAt(text, ':');
   switch (fields.size()) {
@@ -89,7 +95,19 @@ static std::optional<double> unsignedSeconds(const std::string& text, double fra
   }
 }
 
-double secondsOfTimeText(const std::string& option, const std::string& text, double framesPerSecond)
+static std::optional<WrittenTime> unsignedTime(const std::string& text, double framesPerSecond)
+{
+  // Far beyond any timeline, and as far from where frame numbers overflow.
+  constexpr double kMostSeconds = 1e8;
+  constexpr double kMostSamples = 1e13;
+  if (const std::optional<double> samples = countOf(text, "smp")) {
+    return *samples > kMostSamples ? std::nullopt : std::optional(WrittenTime(*samples, true));
+  }
+  const std::optional<double> seconds = unsignedSeconds(text, framesPerSecond);
+  return !seconds || *seconds > kMostSeconds ? std::nullopt : std::optional(WrittenTime(*seconds));
+}
+
+WrittenTime timeOfText(const std::string& option, const std::string& text, double framesPerSecond)
 {
   if (text.find(';') != std::string::npos) {
     throw UsageError(option + ": \"" + text +
@@ -97,17 +115,17 @@ double secondsOfTimeText(const std::string& option, const std::string& text, dou
   }
   const bool isNegative = !text.empty() && text.front() == '-';
   const bool hasSign = isNegative || (!text.empty() && text.front() == '+');
-  const std::optional<double> seconds =
-      unsignedSeconds(hasSign ? text.substr(1) : text, framesPerSecond);
-  // Far beyond any timeline, and as far from where frame numbers overflow.
-  constexpr double kMostSeconds = 1e8;
-  if (!seconds || *seconds > kMostSeconds) {
+  std::optional<WrittenTime> time = unsignedTime(hasSign ? text.substr(1) : text, framesPerSecond);
+  if (!time) {
     throw UsageError(option + ": \"" + text +
-                     "\" is no time; write seconds (1.5), HH:MM:SS.mmm, frames (120f) or "
-                     "timecode (HH:MM:SS:FF, at " +
+                     "\" is no time; write seconds (1.5), MM:SS.mmm, HH:MM:SS.mmm, samples "
+                     "(22050smp), frames (120f) or timecode (HH:MM:SS:FF, at " +
                      shortNumber(framesPerSecond) + " frames per second)");
   }
-  return isNegative ? -*seconds : *seconds;
+  if (isNegative) {
+    time->number = -time->number;
+  }
+  return *time;
 }
 
 double framesPerSecondOfText(const std::string& option, const std::string& text)

@@ -48,18 +48,23 @@ static void useFrames(TrackSettings& settings, const TrackRequest& request,
                       const SourceFile& source)
 {
   const double frameCount = static_cast<double>(source.format.frameCount);
-  const double inFrame = std::round(request.in * source.rate());
-  const double outFrame =
-      request.out ? std::min(std::round(*request.out * source.rate()), frameCount) : frameCount;
+  const double in = request.in.secondsAt(source.rate());
+  const std::optional<double> out =
+      request.out ? std::optional(request.out->secondsAt(source.rate())) : std::nullopt;
+  if (out && *out <= in) {
+    throw UsageError("--out of " + request.file + " is not behind its --in");
+  }
+  const double inFrame = std::round(in * source.rate());
+  const double outFrame = out ? std::min(std::round(*out * source.rate()), frameCount) : frameCount;
   if (inFrame > 0.0 && inFrame >= outFrame) {
-    throw UsageError("--in " + shortNumber(request.in) + " leaves nothing of " + source.name +
+    throw UsageError("--in " + shortNumber(in) + " leaves nothing of " + source.name +
                      ", which is " + shortNumber(source.seconds()) + " seconds long");
   }
   settings.srcIn = sourceTimeOfFrame(inFrame, source);
   settings.srcOut = sourceTimeOfFrame(outFrame, source);
 }
 
-TrackSettings settingsOf(const TrackRequest& request, const SourceFile& source)
+TrackSettings settingsOf(const TrackRequest& request, const SourceFile& source, int countingRate)
 {
   checkChannels(request, source);
   TrackSettings settings;
@@ -68,11 +73,15 @@ TrackSettings settingsOf(const TrackRequest& request, const SourceFile& source)
   settings.width = request.width;
   settings.mute = request.mute;
   settings.solo = request.solo;
-  settings.start = request.start;
+  settings.start = request.start.secondsAt(countingRate);
   settings.playRate = request.playRate.value_or(source.rate());
   useFrames(settings, request, source);
   const double runsOut = settings.runsOut(source);
-  settings.end = std::min(request.end.value_or(runsOut), runsOut);
+  const double end = request.end ? request.end->secondsAt(countingRate) : runsOut;
+  if (request.end && end <= settings.start) {
+    throw UsageError("--end of " + request.file + " is not behind its --start");
+  }
+  settings.end = std::min(end, runsOut);
   if (settings.end < runsOut && !settings.hasEnd()) {
     throw UsageError("--end of " + request.file +
                      " is less than a tenth of a millisecond behind its --start");

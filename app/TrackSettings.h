@@ -43,8 +43,8 @@ struct TrackSettings {
 /** The settings that the user's wishes come to for this file.  The track ends
  *  when its used part runs out, or earlier where the user says so, so that the
  *  fade-out is always on sound.  Throws UsageError for what the file does not
- *  have. */
-TrackSettings settingsOf(const TrackRequest& request, const SourceFile& source);
+ *  have.  Samples on the timeline are counted by @p countingRate. */
+TrackSettings settingsOf(const TrackRequest& request, const SourceFile& source, int countingRate);
 
 /** Decibels of a gain factor: those that give just this factor where there are
  *  such with at most three digits behind the point. */

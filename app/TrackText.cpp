@@ -10,9 +10,10 @@ std::string sourceForPeople(const MixTrack& track)
   if (!track.source) {
     return "missing: " + track.whyMissing;
   }
-  return track.source->formatName + ", " + std::to_string(track.source->rate()) + " Hz, " +
-         std::to_string(track.source->bits) + " bit, " + std::to_string(track.source->channels()) +
-         " ch";
+  const std::string bits =
+      track.source->bits > 0 ? std::to_string(track.source->bits) + " bit, " : std::string();
+  return track.source->formatName + ", " + std::to_string(track.source->rate()) + " Hz, " + bits +
+         std::to_string(track.source->channels()) + " ch";
 }
 
 /** Nothing where the whole file is used. */

@@ -79,6 +79,14 @@ tov_install_pc(tov "${PROJECT_DESCRIPTION}" "tovplayout tovhostcore" "-ltov${tov
 
 if(TARGET tovcli)
   install(TARGETS tovcli RUNTIME COMPONENT runtime)
+  if(NOT CMAKE_CROSSCOMPILING)
+    install(FILES ${PROJECT_BINARY_DIR}/app/tov.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+      COMPONENT runtime)
+    install(FILES ${PROJECT_BINARY_DIR}/app/tov.bash RENAME tov
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+    install(FILES ${PROJECT_BINARY_DIR}/app/tov.zsh RENAME _tov
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT runtime)
+  endif()
   set_target_properties(tovcli PROPERTIES
     INSTALL_RPATH "$ORIGIN/${CMAKE_INSTALL_LIBDIR}:$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()

@@ -26,13 +26,14 @@ TEST_F(Info, TellsFormatRateChannelsFramesAndDuration)
   write("a.wav", support::randomSound(3, 22050, 44100, 24, 1));
   const Outcome outcome = succeed({"info", "a.wav"});
   const std::vector<std::string> lines = support::linesOf(outcome.out);
-  ASSERT_EQ(lines.size(), 9u);
+  ASSERT_EQ(lines.size(), 10u);
   EXPECT_EQ(lines[0], "a.wav");
   EXPECT_EQ(lines[1], "  format    WAV, 24-bit signed integer");
   EXPECT_EQ(lines[2], "  rate      44100 Hz");
   EXPECT_EQ(lines[3], "  channels  3");
   EXPECT_EQ(lines[4], "  frames    22050");
   EXPECT_EQ(lines[5], "  duration  0:00.500");
+  EXPECT_EQ(lines[9], "  reader    the library's WAV reader");
   EXPECT_EQ(outcome.err, "");
 }
 
@@ -45,7 +46,7 @@ TEST_F(Info, TellsPeakAndRmsOfEachChannel)
   sound.channels[2].assign(1000, 0);
   write("a.aiff", sound);
   const std::vector<std::string> lines = support::linesOf(succeed({"info", "a.aiff"}).out);
-  ASSERT_EQ(lines.size(), 9u);
+  ASSERT_EQ(lines.size(), 10u);
   EXPECT_EQ(lines[6], "  level 1   peak -6.02 dBFS, RMS -6.02 dBFS");
   EXPECT_EQ(lines[7], "  level 2   peak 0.00 dBFS, RMS -2.04 dBFS");
   EXPECT_EQ(lines[8], "  level 3   peak -inf dBFS, RMS -inf dBFS");
