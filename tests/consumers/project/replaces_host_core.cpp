@@ -24,9 +24,10 @@ int opens = 0;
 void TovSys::error(const char* format, ...)
 {
   char text[1024];
+  const bool hasSeverity = format[0] == '%' && (format[1] == 'E' || format[1] == 'W');
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format + 2, arguments);
+  std::vsnprintf(text, sizeof text, hasSeverity ? format + 2 : format, arguments);
   va_end(arguments);
   messages += text;
 }
