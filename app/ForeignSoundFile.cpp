@@ -8,6 +8,7 @@
 
 #include <sys/stat.h>
 
+#include "app/Libsndfile.h"
 #include "app/SoundExtent.h"
 #include "app/StreamEnd.h"
 
@@ -122,9 +123,12 @@ bool ForeignSoundFile::openSound()
   SF_VIRTUAL_IO io = callbacks();
   view->position = 0;
   info = {};
-  sound = sf_open_virtual(&io, SFM_READ, &info, view.get());
+  if (libsndfile() == nullptr) {
+    return fail("is read by libsndfile, which is not on this machine");
+  }
+  sound = libsndfile()->open_virtual(&io, SFM_READ, &info, view.get());
   if (sound == nullptr) {
-    return fail("is not read by libsndfile: " + wordsOf(sf_strerror(nullptr)));
+    return fail("is not read by libsndfile: " + wordsOf(libsndfile()->strerror(nullptr)));
   }
   const bool isUsable = info.channels > 0 && info.samplerate > 0 && info.frames >= 0;
   return isUsable || fail("its header makes no sense");
@@ -144,7 +148,7 @@ bool ForeignSoundFile::open(const std::string& name)
 void ForeignSoundFile::close()
 {
   if (sound != nullptr) {
-    sf_close(sound);
+    libsndfile()->close(sound);
   }
   sound = nullptr;
   view.reset();
@@ -173,7 +177,7 @@ bool ForeignSoundFile::isSeekExact() const
 long long ForeignSoundFile::read(float* samples, long long count)
 {
   const int before = errno;
-  const long long got = sound == nullptr ? 0 : sf_readf_float(sound, samples, count);
+  const long long got = sound == nullptr ? 0 : libsndfile()->readf_float(sound, samples, count);
   errno = before;
   return std::clamp(got, 0LL, count);
 }
@@ -181,7 +185,7 @@ long long ForeignSoundFile::read(float* samples, long long count)
 bool ForeignSoundFile::seek(long long frame)
 {
   const int before = errno;
-  const bool isThere = sound != nullptr && sf_seek(sound, frame, SEEK_SET) == frame;
+  const bool isThere = sound != nullptr && libsndfile()->seek(sound, frame, SEEK_SET) == frame;
   errno = before;
   return isThere;
 }
@@ -193,7 +197,7 @@ bool ForeignSoundFile::restart()
   }
   const long long length = frames;
   if (sound != nullptr) {
-    sf_close(sound);
+    libsndfile()->close(sound);
   }
   sound = nullptr;
   const int before = errno;

@@ -6,13 +6,14 @@
 #include "app/ForeignSoundChoice.h"
 #include "app/ForeignSoundFile.h"
 #include "app/ForeignSoundTranslator.h"
+#include "app/Libsndfile.h"
 
 static std::atomic<const TovAudioTranslator*> added = nullptr;
 static std::atomic<bool> areIntegersForced = false;
 
 bool hasLibsndfile()
 {
-  return true;
+  return libsndfile() != nullptr;
 }
 
 void addForeignSounds()
@@ -76,7 +77,7 @@ static std::string nameBySndfile(int part)
   SF_FORMAT_INFO description = {};
   description.format = part;
   const bool isKnown =
-      sf_command(nullptr, SFC_GET_FORMAT_INFO, &description, sizeof description) == 0;
+      libsndfile()->command(nullptr, SFC_GET_FORMAT_INFO, &description, sizeof description) == 0;
   return isKnown && description.name != nullptr ? description.name : "unknown";
 }
 

@@ -15,7 +15,7 @@ struct ForeignSound {
   int keptBits = 24;      ///< that a conversion keeps unless told otherwise
 };
 
-/** Whether this build has libsndfile. */
+/** Whether this build takes libsndfile, and the machine has it; loads it. */
 bool hasLibsndfile();
 
 /** Adds the translator to the library's registry, once, behind its own: it is

@@ -3,10 +3,7 @@
 #include <cmath>
 #include <exception>
 
-#include <cairo-pdf.h>
-#include <cairo-svg.h>
-#include <cairo.h>
-
+#include "app/Cairo.h"
 #include "app/Failures.h"
 #include "app/SessionNames.h"
 
@@ -36,23 +33,23 @@ static cairo_status_t receive(void* closure, const unsigned char* data, unsigned
 static cairo_surface_t* makeSurface(PictureFormat format, int width, int height)
 {
   if (format == PictureFormat::png) {
-    return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    return cairo().image_surface_create(CAIRO_FORMAT_RGB24, width, height);
   }
   const cairo_rectangle_t extent = {0.0, 0.0, static_cast<double>(width),
                                     static_cast<double>(height)};
-  return cairo_recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, &extent);
+  return cairo().recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, &extent);
 }
 
 struct PlotCanvas::Drawing {
   Drawing(PictureFormat pictureFormat, int pictureWidth, int pictureHeight)
       : format(pictureFormat), width(pictureWidth), height(pictureHeight),
-        surface(makeSurface(format, width, height)), context(cairo_create(surface))
+        surface(makeSurface(format, width, height)), context(cairo().create(surface))
   {
   }
   ~Drawing()
   {
-    cairo_destroy(context);
-    cairo_surface_destroy(surface);
+    cairo().destroy(context);
+    cairo().surface_destroy(surface);
   }
   Drawing(const Drawing&) = delete;
   Drawing& operator=(const Drawing&) = delete;
@@ -64,7 +61,7 @@ struct PlotCanvas::Drawing {
     }
     if (status != CAIRO_STATUS_SUCCESS) {
       throw Failure("plot", std::string("the picture could not be drawn: ") +
-                                cairo_status_to_string(status));
+                                cairo().status_to_string(status));
     }
   }
 
@@ -80,34 +77,34 @@ PlotCanvas::PlotCanvas(PictureFormat format, int width, int height)
 {
   // The same widths in every format, and without dependence on the screen's
   // own settings.
-  cairo_font_options_t* const options = cairo_font_options_create();
-  cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
-  cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_SLIGHT);
-  cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
-  cairo_set_font_options(drawing->context, options);
-  cairo_font_options_destroy(options);
-  drawing->throwIfFailed(cairo_status(drawing->context));
+  cairo_font_options_t* const options = cairo().font_options_create();
+  cairo().font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+  cairo().font_options_set_hint_style(options, CAIRO_HINT_STYLE_SLIGHT);
+  cairo().font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+  cairo().set_font_options(drawing->context, options);
+  cairo().font_options_destroy(options);
+  drawing->throwIfFailed(cairo().status(drawing->context));
 }
 
 PlotCanvas::~PlotCanvas() = default;
 
 static void choose(cairo_t* context, const Colour& colour)
 {
-  cairo_set_source_rgba(context, colour.red, colour.green, colour.blue, colour.opacity);
+  cairo().set_source_rgba(context, colour.red, colour.green, colour.blue, colour.opacity);
 }
 
 static void trace(cairo_t* context, const Outline& outline)
 {
   for (const auto& [x, y] : outline) {
-    cairo_line_to(context, x, y);
+    cairo().line_to(context, x, y);
   }
 }
 
 void PlotCanvas::fill(const Area& area, const Colour& colour)
 {
   choose(drawing->context, colour);
-  cairo_rectangle(drawing->context, area.x, area.y, area.width, area.height);
-  cairo_fill(drawing->context);
+  cairo().rectangle(drawing->context, area.x, area.y, area.width, area.height);
+  cairo().fill(drawing->context);
 }
 
 void PlotCanvas::fillRounded(const Area& area, double radius, const Colour& colour)
@@ -115,59 +112,59 @@ void PlotCanvas::fillRounded(const Area& area, double radius, const Colour& colo
   constexpr double kQuarter = 1.5707963267948966;
   cairo_t* const context = drawing->context;
   choose(context, colour);
-  cairo_new_sub_path(context);
-  cairo_arc(context, area.right() - radius, area.y + radius, radius, -kQuarter, 0.0);
-  cairo_arc(context, area.right() - radius, area.bottom() - radius, radius, 0.0, kQuarter);
-  cairo_arc(context, area.x + radius, area.bottom() - radius, radius, kQuarter, 2.0 * kQuarter);
-  cairo_arc(context, area.x + radius, area.y + radius, radius, 2.0 * kQuarter, 3.0 * kQuarter);
-  cairo_close_path(context);
-  cairo_fill(context);
+  cairo().new_sub_path(context);
+  cairo().arc(context, area.right() - radius, area.y + radius, radius, -kQuarter, 0.0);
+  cairo().arc(context, area.right() - radius, area.bottom() - radius, radius, 0.0, kQuarter);
+  cairo().arc(context, area.x + radius, area.bottom() - radius, radius, kQuarter, 2.0 * kQuarter);
+  cairo().arc(context, area.x + radius, area.y + radius, radius, 2.0 * kQuarter, 3.0 * kQuarter);
+  cairo().close_path(context);
+  cairo().fill(context);
 }
 
 void PlotCanvas::fill(const Outline& outline, const Colour& colour)
 {
   choose(drawing->context, colour);
   trace(drawing->context, outline);
-  cairo_close_path(drawing->context);
-  cairo_fill(drawing->context);
+  cairo().close_path(drawing->context);
+  cairo().fill(drawing->context);
 }
 
 void PlotCanvas::stroke(const Outline& line, double thickness, const Colour& colour)
 {
   choose(drawing->context, colour);
-  cairo_set_line_width(drawing->context, thickness);
-  cairo_set_line_join(drawing->context, CAIRO_LINE_JOIN_ROUND);
+  cairo().set_line_width(drawing->context, thickness);
+  cairo().set_line_join(drawing->context, CAIRO_LINE_JOIN_ROUND);
   trace(drawing->context, line);
-  cairo_stroke(drawing->context);
+  cairo().stroke(drawing->context);
 }
 
 void PlotCanvas::hatch(const Area& area, double distance, double thickness, const Colour& colour)
 {
   clip(area);
   choose(drawing->context, colour);
-  cairo_set_line_width(drawing->context, thickness);
+  cairo().set_line_width(drawing->context, thickness);
   const int lines = static_cast<int>(std::ceil((area.width + area.height) / distance));
   for (int i = 0; i < lines; ++i) {
     const double x = area.x - area.height + i * distance;
-    cairo_move_to(drawing->context, x, area.bottom());
-    cairo_line_to(drawing->context, x + area.height, area.y);
+    cairo().move_to(drawing->context, x, area.bottom());
+    cairo().line_to(drawing->context, x + area.height, area.y);
   }
-  cairo_stroke(drawing->context);
+  cairo().stroke(drawing->context);
   unclip();
 }
 
 static void chooseFont(cairo_t* context, const TextStyle& style)
 {
-  cairo_select_font_face(context, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
-                         style.isBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-  cairo_set_font_size(context, style.size);
+  cairo().select_font_face(context, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
+                           style.isBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+  cairo().set_font_size(context, style.size);
 }
 
 double PlotCanvas::widthOf(const std::string& words, const TextStyle& style) const
 {
   chooseFont(drawing->context, style);
   cairo_text_extents_t extents = {};
-  cairo_text_extents(drawing->context, words.c_str(), &extents);
+  cairo().text_extents(drawing->context, words.c_str(), &extents);
   return extents.x_advance;
 }
 
@@ -181,9 +178,9 @@ void PlotCanvas::text(double x, double y, Align align, const std::string& words,
   const double width = align == Align::left ? 0.0 : widthOf(words, style);
   chooseFont(drawing->context, style);
   choose(drawing->context, style.colour);
-  cairo_move_to(drawing->context, x - (align == Align::centre ? width / 2.0 : width),
-                std::round(y + style.size * kCapitalHeight / 2.0));
-  cairo_show_text(drawing->context, words.c_str());
+  cairo().move_to(drawing->context, x - (align == Align::centre ? width / 2.0 : width),
+                  std::round(y + style.size * kCapitalHeight / 2.0));
+  cairo().show_text(drawing->context, words.c_str());
 }
 
 static bool continuesCharacter(char byte)
@@ -215,48 +212,48 @@ std::string PlotCanvas::fitted(const std::string& words, double room, const Text
 void PlotCanvas::image(const Area& area, std::vector<std::uint32_t>& pixels)
 {
   const int width = static_cast<int>(area.width);
-  cairo_surface_t* const picture = cairo_image_surface_create_for_data(
+  cairo_surface_t* const picture = cairo().image_surface_create_for_data(
       reinterpret_cast<unsigned char*>(pixels.data()), CAIRO_FORMAT_RGB24, width,
       static_cast<int>(area.height), width * 4);
-  cairo_set_source_surface(drawing->context, picture, area.x, area.y);
-  cairo_pattern_set_filter(cairo_get_source(drawing->context), CAIRO_FILTER_NEAREST);
-  cairo_rectangle(drawing->context, area.x, area.y, area.width, area.height);
-  cairo_fill(drawing->context);
-  cairo_surface_destroy(picture);
+  cairo().set_source_surface(drawing->context, picture, area.x, area.y);
+  cairo().pattern_set_filter(cairo().get_source(drawing->context), CAIRO_FILTER_NEAREST);
+  cairo().rectangle(drawing->context, area.x, area.y, area.width, area.height);
+  cairo().fill(drawing->context);
+  cairo().surface_destroy(picture);
 }
 
 void PlotCanvas::clip(const Area& area)
 {
-  cairo_save(drawing->context);
-  cairo_rectangle(drawing->context, area.x, area.y, area.width, area.height);
-  cairo_clip(drawing->context);
+  cairo().save(drawing->context);
+  cairo().rectangle(drawing->context, area.x, area.y, area.width, area.height);
+  cairo().clip(drawing->context);
 }
 
 void PlotCanvas::unclip()
 {
-  cairo_restore(drawing->context);
+  cairo().restore(drawing->context);
 }
 
 /** Draws what was recorded once more, in the format wanted. */
 static cairo_status_t writeVectors(cairo_surface_t* recorded, cairo_surface_t* target)
 {
-  if (cairo_surface_get_type(target) == CAIRO_SURFACE_TYPE_PDF) {
+  if (cairo().surface_get_type(target) == CAIRO_SURFACE_TYPE_PDF) {
     // The same sound gives the same bytes on every day.
-    cairo_pdf_surface_set_metadata(target, CAIRO_PDF_METADATA_CREATE_DATE, "");
+    cairo().pdf_surface_set_metadata(target, CAIRO_PDF_METADATA_CREATE_DATE, "");
   }
-  if (cairo_surface_get_type(target) == CAIRO_SURFACE_TYPE_SVG) {
-    cairo_svg_surface_set_document_unit(target, CAIRO_SVG_UNIT_PX);
+  if (cairo().surface_get_type(target) == CAIRO_SURFACE_TYPE_SVG) {
+    cairo().svg_surface_set_document_unit(target, CAIRO_SVG_UNIT_PX);
   }
-  cairo_t* const context = cairo_create(target);
-  cairo_set_source_surface(context, recorded, 0.0, 0.0);
-  cairo_paint(context);
-  cairo_status_t status = cairo_status(context);
-  cairo_destroy(context);
-  cairo_surface_finish(target);
+  cairo_t* const context = cairo().create(target);
+  cairo().set_source_surface(context, recorded, 0.0, 0.0);
+  cairo().paint(context);
+  cairo_status_t status = cairo().status(context);
+  cairo().destroy(context);
+  cairo().surface_finish(target);
   if (status == CAIRO_STATUS_SUCCESS) {
-    status = cairo_surface_status(target);
+    status = cairo().surface_status(target);
   }
-  cairo_surface_destroy(target);
+  cairo().surface_destroy(target);
   return status;
 }
 
@@ -264,20 +261,20 @@ void PlotCanvas::writeTo(PlotOutput& output)
 {
   Receiver receiver = {&output, nullptr};
   const Drawing& d = *drawing;
-  d.throwIfFailed(cairo_status(d.context));
+  d.throwIfFailed(cairo().status(d.context));
   cairo_status_t status = CAIRO_STATUS_SUCCESS;
   switch (d.format) {
   case PictureFormat::png:
-    cairo_surface_flush(d.surface);
-    status = cairo_surface_write_to_png_stream(d.surface, receive, &receiver);
+    cairo().surface_flush(d.surface);
+    status = cairo().surface_write_to_png_stream(d.surface, receive, &receiver);
     break;
   case PictureFormat::svg:
     status = writeVectors(
-        d.surface, cairo_svg_surface_create_for_stream(receive, &receiver, d.width, d.height));
+        d.surface, cairo().svg_surface_create_for_stream(receive, &receiver, d.width, d.height));
     break;
   case PictureFormat::pdf:
     status = writeVectors(
-        d.surface, cairo_pdf_surface_create_for_stream(receive, &receiver, d.width, d.height));
+        d.surface, cairo().pdf_surface_create_for_stream(receive, &receiver, d.width, d.height));
     break;
   }
   if (receiver.failure) {

@@ -108,7 +108,7 @@ static std::string wavCoding(std::uint32_t formatTag, std::uint32_t bits)
     break;
   }
   char text[48];
-  std::snprintf(text, sizeof text, "WAV with the format tag 0x%04X", formatTag);
+  (void)std::snprintf(text, sizeof text, "WAV with the format tag 0x%04X", formatTag);
   return text;
 }
 
@@ -236,7 +236,7 @@ static std::string foreignReason(const std::string& path)
     return std::string();
   }
   if (!hasLibsndfile()) {
-    return "begins as " + format + ", and this build lacks libsndfile, which would read it";
+    return "begins as " + format + ", and libsndfile, which would read it, is not there";
   }
   return libsndfileError(path);
 }
@@ -277,7 +277,7 @@ static std::string contentReason(const std::string& path)
   const bool couldBeRead = !hasLibsndfile() && !soundFormatByFirstBytes(path).empty();
   return reason.empty() || !couldBeRead
              ? reason
-             : reason + "; this build lacks libsndfile, which might read it";
+             : reason + "; libsndfile, which might read it, is not there";
 }
 
 std::string refusalReason(const std::string& path)

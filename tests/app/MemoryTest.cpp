@@ -56,4 +56,18 @@ TEST_F(Memory, OfARenderDoesNotGrowWithItsLength)
   expectLittleGrowth({"info", "short.wav"});
 }
 
+// What pictures and other people's formats take is loaded with them: it would
+// double the memory of every mix.  The system's loader tells what it loads.
+TEST_F(Memory, HoldsNoLibraryThatTheCommandDoesNotTake)
+{
+  writeLong("short.wav", 1);
+  support::Launch mix = launch({"mix", "short.wav", "-o", "out.wav"});
+  mix.settings.emplace_back("LD_DEBUG=files");
+  const support::Outcome outcome = support::run(mix);
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_TRUE(support::holds(outcome.err, "libc.so"));
+  for (const char* const library : {"libcairo", "libsndfile", "libFLAC"})
+    EXPECT_FALSE(support::holds(outcome.err, library)) << library;
+}
+
 } // namespace
