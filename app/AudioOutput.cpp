@@ -110,7 +110,7 @@ static const OutputPlan& checkedForSize(const OutputPlan& plan)
   const double bytes = 54.0 + static_cast<double>(plan.frames) * plan.channels * (plan.bits / 8);
   if (bytes > kMostBytes) {
     char size[48];
-    std::snprintf(size, sizeof size, "%.1f", bytes / 1e9);
+    (void)std::snprintf(size, sizeof size, "%.1f", bytes / 1e9);
     throw Failure(nameOf(plan), std::string("would be ") + size +
                                     " GB long, and the format ends at 4 GB; nothing was written");
   }

@@ -155,6 +155,6 @@ double decibelsOfFullScale(double magnitude)
 std::string levelForPeople(double decibels)
 {
   char text[48];
-  std::snprintf(text, sizeof text, "%.2f dBFS", decibels);
+  (void)std::snprintf(text, sizeof text, "%.2f dBFS", decibels);
   return text;
 }

@@ -22,7 +22,7 @@ static std::string adviceOnLevel(float masterGain, const LevelMeter& levels)
   // A tenth above what is needed, so that rounding cannot spoil it.
   const double master = std::floor((decibelsOfFactor(masterGain) - tooMuch) * 10.0 - 1e-9) / 10.0;
   char text[64];
-  std::snprintf(text, sizeof text, "; --master %.1f would avoid it", master);
+  (void)std::snprintf(text, sizeof text, "; --master %.1f would avoid it", master);
   return std::isfinite(master) ? text : "";
 }
 

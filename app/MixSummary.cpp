@@ -42,10 +42,18 @@ void printMixSummary(const MixRequest& request, const MixResult& result)
               qualityName(request.quality).c_str());
 }
 
+/** For programs: the name for messages lacks the control characters that a
+ *  session's may have. */
+static std::string fileOf(const MixTrack& track)
+{
+  const bool isOfSession = track.entry && !track.entry->storedName.empty();
+  return isOfSession ? track.entry->path : track.name;
+}
+
 static nlohmann::ordered_json jsonOf(const MixedTrack& mixed)
 {
   const TrackSettings& settings = mixed.track.settings;
-  return {{"file", mixed.track.name},       {"gain", decibelsOfFactor(settings.gain)},
+  return {{"file", fileOf(mixed.track)},    {"gain", decibelsOfFactor(settings.gain)},
           {"pan", decimalOf(settings.pan)}, {"width", decimalOf(settings.width)},
           {"start", mixed.plan.startTime},  {"end", mixed.plan.soundEnd},
           {"heard", mixed.isHeard}};
@@ -80,7 +88,7 @@ static nlohmann::ordered_json jsonOfSession(const MixRequest& request, const Mix
 {
   nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
   for (const MixTrack& track : contents.tracks) {
-    tracks.push_back({{"file", track.name}, {"found", !track.isMissing()}});
+    tracks.push_back({{"file", fileOf(track)}, {"found", !track.isMissing()}});
   }
   return {{"event", "saved"}, {"script", request.script}, {"tracks", tracks}};
 }

@@ -42,6 +42,6 @@ double decimalOf(float value)
 std::string shortNumber(double value)
 {
   char text[40];
-  std::snprintf(text, sizeof text, "%.7g", value);
+  (void)std::snprintf(text, sizeof text, "%.7g", value);
   return text;
 }

@@ -35,7 +35,7 @@ static std::string numbers(const std::vector<int>& tracks)
 static std::string levelText(double decibels)
 {
   char text[32];
-  std::snprintf(text, sizeof text, "%5.1f", decibels);
+  (void)std::snprintf(text, sizeof text, "%5.1f", decibels);
   return text;
 }
 
@@ -45,8 +45,8 @@ static std::string volumeText(float volume)
     return "volume off";
   }
   char text[48];
-  std::snprintf(text, sizeof text, "volume %.1f dB",
-                decibelsOfFullScale(static_cast<double>(volume)) + 0.0);
+  (void)std::snprintf(text, sizeof text, "volume %.1f dB",
+                      decibelsOfFullScale(static_cast<double>(volume)) + 0.0);
   return text;
 }
 

@@ -23,9 +23,9 @@ static const std::vector<OptionRow> kOwnOptions = {
     {"--view", "VIEW", kPictureGroup,
      "waveform, spectrogram, both or mix (default: both of one file, else mix)"},
     {"--spectrogram", nullptr, kPictureGroup, "The same as --view spectrogram"},
-    {"--width", "PIXELS", kPictureGroup,
-     "400 to 16000 (default 1280); from -1 to 1 it is the stereo width of the track before it"},
-    {"--height", "PIXELS", kPictureGroup, "Up to 16000 (default: what the content needs)"},
+    {"--size", "SIZE", kPictureGroup,
+     "Width in pixels, 400 to 16000, or width and height, as 1280x720 (default: 1280, and the "
+     "height that the content needs)"},
     {"--theme", "THEME", kPictureGroup, "light or dark (default light)"},
     {"--text-size", "PIXELS", kPictureGroup, "6 to 72 (default: by the width)"},
     {"--time", "UNIT", kPictureGroup,
@@ -77,6 +77,23 @@ static int windowOf(const Argument& argument)
   return frames;
 }
 
+/** "1280", "1280x720" */
+static void setSize(PlotRequest& request, const Argument& argument)
+{
+  const std::size_t cross = argument.value.find('x');
+  const bool hasHeight = cross != std::string::npos;
+  const std::string width = argument.value.substr(0, cross);
+  const std::string height = hasHeight ? argument.value.substr(cross + 1) : std::string();
+  if (!wholeNumberOf(width) || (hasHeight && !wholeNumberOf(height))) {
+    throw UsageError("--size: \"" + argument.value + "\" is no size, as 1280 or 1280x720 are");
+  }
+  request.width = wholeOf({"the width of --size", width}, 400.0, 16000.0);
+  request.height.reset();
+  if (hasHeight) {
+    request.height = wholeOf({"the height of --size", height}, 60.0, 16000.0);
+  }
+}
+
 static const std::map<std::string, PlotView> kViews = {{"waveform", PlotView::waveform},
                                                        {"spectrogram", PlotView::spectrogram},
                                                        {"both", PlotView::both},
@@ -96,8 +113,7 @@ static const std::map<std::string, Setter> kSetters = {
     {"--output", [](PlotRequest& r, const Argument& a) { r.mix.output = a.value; }},
     {"--view", [](PlotRequest& r, const Argument& a) { r.view = chosenOf(a, kViews); }},
     {"--spectrogram", [](PlotRequest& r, const Argument&) { r.view = PlotView::spectrogram; }},
-    {"--width", [](PlotRequest& r, const Argument& a) { r.width = wholeOf(a, 400.0, 16000.0); }},
-    {"--height", [](PlotRequest& r, const Argument& a) { r.height = wholeOf(a, 60.0, 16000.0); }},
+    {"--size", setSize},
     {"--theme",
      [](PlotRequest& r, const Argument& a) {
        r.isDark = chosenOf<bool>(a, {{"light", false}, {"dark", true}});
@@ -153,17 +169,24 @@ static void checkStandardOutput(const PlotRequest& request)
   }
 }
 
-/** The format of the name's suffix, where --format says no other. */
-static void chooseFormat(PlotRequest& request, bool hasFormat)
+/** The format of the name's suffix, where --format says none. */
+static void chooseFormat(PlotRequest& request, const std::string& formatName)
 {
   const std::string& output = request.mix.output;
   if (output.empty()) {
     throw UsageError("the file to write is missing: -o FILE");
   }
-  if (hasFormat || isStandardOutput(output)) {
+  if (isStandardOutput(output)) {
     return;
   }
   const auto found = kFormats.find(smallLetters(suffixOf(output)));
+  if (!formatName.empty()) {
+    const bool saysOther = found != kFormats.end() && found->second != request.format;
+    if (saysOther || formatBySuffix(output) != nullptr) {
+      throw UsageError("--format " + formatName + " contradicts the name \"" + output + "\"");
+    }
+    return;
+  }
   if (found == kFormats.end()) {
     throw UsageError("--output: \"" + output +
                      "\" has none of the suffixes that say the format (.png, .svg, .pdf)");
@@ -171,11 +194,11 @@ static void chooseFormat(PlotRequest& request, bool hasFormat)
   request.format = found->second;
 }
 
-static void checkOutput(PlotRequest& request, bool hasFormat)
+static void checkOutput(PlotRequest& request, const std::string& formatName)
 {
   std::string& output = request.mix.output;
   if (!request.isData) {
-    chooseFormat(request, hasFormat);
+    chooseFormat(request, formatName);
   } else if (output.empty()) {
     output = "-";
   } else if (!isStandardOutput(output) && smallLetters(suffixOf(output)) != "json") {
@@ -198,17 +221,9 @@ static void checkMeaning(const std::vector<Argument>& own, const PlotRequest& re
   }
 }
 
-/** Pictures and tracks both have a width, which their values tell apart. */
-static bool isWidthOfTrack(const Argument& argument)
-{
-  const std::optional<double> number = numberOf(argument.value);
-  return argument.option == "--width" && number && *number >= -1.0 && *number <= 1.0;
-}
-
 std::vector<OptionRow> plotOptions()
 {
   std::vector<OptionRow> rows = heardOptions();
-  std::erase_if(rows, [](const OptionRow& row) { return row.names == std::string("--width"); });
   for (const OptionRow& row : kMixOptions) {
     const std::string names = row.names;
     if (names == "--rate" || names == "--quality" || names == "--progress" || names == "--json") {
@@ -225,11 +240,11 @@ PlotRequest plotRequestOf(const std::vector<Argument>& arguments)
   std::vector<Argument> own;
   std::vector<Argument> ofMix;
   bool hasFiles = false;
-  bool hasFormat = false;
+  std::string formatName;
   for (const Argument& argument : arguments) {
     hasFiles = hasFiles || argument.isFile();
-    hasFormat = hasFormat || argument.option == "--format";
-    const bool isOwn = kSetters.count(argument.option) > 0 && !isWidthOfTrack(argument);
+    formatName = argument.option == "--format" ? argument.value : formatName;
+    const bool isOwn = kSetters.count(argument.option) > 0;
     (isOwn ? own : ofMix).push_back(argument);
   }
   if (!hasFiles) {
@@ -240,6 +255,6 @@ PlotRequest plotRequestOf(const std::vector<Argument>& arguments)
     kSetters.at(argument.option)(request, argument);
   }
   checkMeaning(own, request);
-  checkOutput(request, hasFormat);
+  checkOutput(request, formatName);
   return request;
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 
 #include "app/Failures.h"
 #include "app/ForeignSounds.h"
@@ -67,8 +69,11 @@ static FrameSpan spanOfFile(const MixRequest& mix, const SourceFile& source)
   const auto frameAt = [&source](const WrittenTime& time) {
     return static_cast<long long>(std::llround(time.secondsAt(source.rate()) * source.rate()));
   };
-  const FrameSpan span = {std::max(0LL, frameAt(mix.from.value_or(0.0))),
+  const FrameSpan span = {frameAt(mix.from.value_or(0.0)),
                           mix.to ? std::min(frames, frameAt(*mix.to)) : frames};
+  if (span.from < 0) {
+    throw UsageError("--from lies before the beginning of " + source.name);
+  }
   if (span.from >= frames) {
     throw UsageError("--from is not before the end of the file");
   }
@@ -190,9 +195,21 @@ static void tellOf(const PlotRequest& request, const PlotResult& result)
   }
 }
 
+/** The suffix says no more what is written where --format does. */
+static void refuseToReplaceInput(const MixRequest& mix)
+{
+  for (const TrackRequest& track : mix.tracks) {
+    std::error_code neitherExists;
+    if (std::filesystem::equivalent(mix.output, track.file, neitherExists)) {
+      throw UsageError("--output: \"" + mix.output + "\" is a file to be drawn");
+    }
+  }
+}
+
 int runPlot(const CLI::App& command)
 {
   const PlotRequest request = plotRequestOf(argumentsInOrder(command));
+  refuseToReplaceInput(request.mix);
   const Notices notices(request.mix.isQuiet);
   PlotOutput output(request.mix.output);
   const PlotResult result =

@@ -24,13 +24,13 @@ void checkHeight(const PlotRequest& request, double needed)
 {
   constexpr double kMostPixels = 16000.0;
   if (request.height && *request.height < needed) {
-    throw UsageError("--height: " + std::to_string(*request.height) +
+    throw UsageError("--size: a height of " + std::to_string(*request.height) +
                      " is too little for this picture, which needs " +
                      std::to_string(static_cast<int>(needed)));
   }
   if (!request.height && needed > kMostPixels) {
     throw UsageError("the picture would be " + std::to_string(static_cast<int>(needed)) +
-                     " pixels high; --height says less");
+                     " pixels high; --size says less, as in 1280x4000");
   }
 }
 

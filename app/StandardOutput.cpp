@@ -3,12 +3,23 @@
 #include <cerrno>
 #include <cstddef>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include "app/Failures.h"
 #include "app/Interruption.h"
 #include "app/OutputFile.h"
+
+void occupyClosedStreams()
+{
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) {
+      // The lowest that is free is given, which is this one.
+      (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
 
 bool isStandardOutput(const std::string& target)
 {
@@ -38,10 +49,9 @@ void refuseJsonBesideSound(const std::string& target, bool isJson)
 
 [[noreturn]] static void rejectWriting(int errorNumber)
 {
-  throw Failure("standard output",
-                errorNumber == EPIPE
-                    ? "was closed before it had taken all of the sound"
-                    : "could not be written completely: " + systemErrorText(errorNumber));
+  throw Failure("standard output", errorNumber == EPIPE ? "was closed before it had taken all of it"
+                                                        : "could not be written completely: " +
+                                                              systemErrorText(errorNumber));
 }
 
 /** A reader may rest as long as it likes: a write that waits for it would not

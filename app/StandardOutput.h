@@ -2,6 +2,11 @@
 
 #include <string>
 
+/** Takes the places of standard input, output and error where they were closed,
+ *  which the next file that is opened would get: what is told of it would then
+ *  be written into it.  Writing there fails. */
+void occupyClosedStreams();
+
 /** Whether a file of this name to write means standard output: "-". */
 bool isStandardOutput(const std::string& target);
 

@@ -154,7 +154,7 @@ std::string timeForPeople(double seconds)
   }
   const long long thousandths = std::llround(std::fabs(seconds) * 1000.0);
   char text[48];
-  std::snprintf(text, sizeof text, "%s%lld:%02lld.%03lld", seconds < 0.0 ? "-" : "",
-                thousandths / 60000, thousandths / 1000 % 60, thousandths % 1000);
+  (void)std::snprintf(text, sizeof text, "%s%lld:%02lld.%03lld", seconds < 0.0 ? "-" : "",
+                      thousandths / 60000, thousandths / 1000 % 60, thousandths % 1000);
   return text;
 }

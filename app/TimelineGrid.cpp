@@ -28,7 +28,7 @@ std::string TimelineGrid::timecodeAt(long long soundFrame) const
   const long long count = frame < 0 ? -frame : frame;
   const long long seconds = count / perSecond;
   char text[80];
-  std::snprintf(text, sizeof text, "%s%02lld:%02lld:%02lld:%02lld", frame < 0 ? "-" : "",
-                seconds / 3600, seconds / 60 % 60, seconds % 60, count % perSecond);
+  (void)std::snprintf(text, sizeof text, "%s%02lld:%02lld:%02lld:%02lld", frame < 0 ? "-" : "",
+                      seconds / 3600, seconds / 60 % 60, seconds % 60, count % perSecond);
   return text;
 }

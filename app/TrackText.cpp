@@ -37,7 +37,7 @@ std::string settingsForPeople(const MixTrack& track)
 {
   const TrackSettings& settings = track.settings;
   char gain[48];
-  std::snprintf(gain, sizeof gain, "%+.1f dB", decibelsOfFactor(settings.gain));
+  (void)std::snprintf(gain, sizeof gain, "%+.1f dB", decibelsOfFactor(settings.gain));
   std::string text = gain;
   text += ", pan " + shortNumber(static_cast<double>(settings.pan));
   text += ", width " + shortNumber(static_cast<double>(settings.width));

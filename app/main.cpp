@@ -16,7 +16,9 @@
 #include "app/JsonOutput.h"
 #include "app/LibraryMessages.h"
 #include "app/OptionText.h"
+#include "app/PrintedText.h"
 #include "app/ProgramNotes.h"
+#include "app/StandardOutput.h"
 #include "app/Suggestion.h"
 
 static constexpr int kFailed = 1;
@@ -153,11 +155,15 @@ static bool isJsonAskedFor(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+  occupyClosedStreams();
   holdBackLibraryMessages();
   rememberInterruptions();
   try {
     addForeignSounds();
-    const Ending ending = run(argc, argv);
+    Ending ending = run(argc, argv);
+    if (ending.exitStatus == 0 && !isAllPrinted()) {
+      ending = failed("standard output: could not be written");
+    }
     if (!ending.sentence.empty() && isJsonAskedFor(argc, argv)) {
       printJsonError(ending.sentence, ending.exitStatus);
     }

@@ -62,9 +62,6 @@ TEST_F(Help, NamesTheSameKindOfValueByTheSameOption)
   std::map<std::string, std::string> values;
   for (const std::string& command : commands()) {
     for (const auto& [option, value] : optionsOf(command)) {
-      // A picture's width is told from a track's by its size.
-      if (command == "plot" && option == "--width")
-        continue;
       const auto [known, isNew] = values.emplace(option, value);
       EXPECT_EQ(known->second, value) << option << " of " << command;
     }
@@ -108,7 +105,14 @@ TEST_F(Ending, IsStatus1WhereItFails)
   expectError({"save", "b.script", "gone.wav"}, 1, "gone.wav: no such file");
   expectError({"demo", "a.wav"}, 1, "a.wav: cannot be made");
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"manual"}, {"completion", "bash"}, {"info", "--json", "a.wav"}}) {
+       {std::vector<std::string>{"manual"},
+        {"completion", "bash"},
+        {"info", "--json", "a.wav"},
+        {"info", "a.wav"},
+        {"convert", "a.wav", "b.aiff"},
+        {"mix", "a.wav", "-o", "b.wav"},
+        {"mix", "--help"},
+        {"--version"}}) {
     support::Launch launched = launch(arguments);
     launched.beforeExec = support::standardOutputIs("/dev/full");
     const Outcome outcome = support::run(launched);

@@ -219,7 +219,14 @@ TEST_F(Json, IsValidWhateverFilesAreCalled)
 {
   write("\xff\"\n.wav", support::constantSound(1, 4800, 48000, 16, 8192));
   const json object = printed({"mix", "\xff\"\n.wav", "-o", "out.wav", "--json"});
-  EXPECT_EQ(object["tracks"][0]["file"], "\xef\xbf\xbd\"\n.wav");
+  const std::string file = "\xef\xbf\xbd\"\n.wav";
+  EXPECT_EQ(object["tracks"][0]["file"], file);
+  // Messages leave the line feed of a session's file out.
+  EXPECT_EQ(printed({"save", "shot.script", "\xff\"\n.wav", "--json"})["tracks"][0]["file"], file);
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"mix", "shot.script", "-o", "out.wav", "--json"},
+        {"save", "shot.script", "--append", "a.wav", "--json"}})
+    EXPECT_EQ(printed(command)["tracks"][0]["file"], file);
 }
 
 } // namespace

@@ -79,7 +79,7 @@ TEST_F(PlotMix, LanesBeginAndEndAtThePixelsOfTheirTimes)
   for (const std::string width : {"700", "1280", "2500"}) {
     SCOPED_TRACE(width);
     const Picture picture = drawn({"ten.wav", "three.wav", "--start", "2", "three.wav", "--start",
-                                   "6.5", "--end", "8.25", "--width", width});
+                                   "6.5", "--end", "8.25", "--size", width});
     const std::vector<Reach> rows = colourfulRows(picture);
     ASSERT_GE(rows.size(), 4u);
     const Reach whole = colourfulColumns(picture, middle(rows[0]));
@@ -147,7 +147,7 @@ TEST_F(PlotMix, LanesAreScaledByGain)
 {
   const auto heightOfLane = [this](const std::string& gain) {
     const Picture picture =
-        drawn({"ten.wav", "three.wav", "--start", "2", "--gain", gain, "--height", "900"});
+        drawn({"ten.wav", "three.wav", "--start", "2", "--gain", gain, "--size", "1280x900"});
     const std::vector<Reach> rows = colourfulRows(picture);
     const Reach whole = colourfulColumns(picture, middle(rows[0]));
     const int x = whole.first + (whole.last - whole.first) * 35 / 100;
@@ -200,20 +200,21 @@ TEST_F(PlotMix, TakesManyTracksAtEveryWidth)
       arguments.insert(arguments.end(), {"three.wav", "--start", std::to_string(i)});
     for (const std::string width : {"400", "8000"}) {
       std::vector<std::string> command = arguments;
-      command.insert(command.end(), {"--width", width});
+      command.insert(command.end(), {"--size", width});
       EXPECT_EQ(drawn(command).width(), std::stoi(width));
     }
   }
 }
 
-TEST_F(PlotMix, WidthUpToOneIsThatOfTheTrack)
+TEST_F(PlotMix, WidthIsThatOfTheTrack)
 {
   const nlohmann::json object = nlohmann::json::parse(
-      succeed({"plot", "ten.wav", "--width", "0.5", "--width", "900", "-o", "a.png", "--json"}).out);
+      succeed({"plot", "ten.wav", "--width", "0.5", "--size", "900", "-o", "a.png", "--json"}).out);
   EXPECT_EQ(object["width"], 900);
   EXPECT_EQ(object["channels"], 2); // drawn as a mix
   expectError({"plot", "--width", "0.5", "ten.wav", "-o", "a.png"}, 2,
               "--width stands before any file");
+  expectError({"plot", "ten.wav", "--width", "900", "-o", "a.png"}, 2, "is outside -1 to 1");
 }
 
 } // namespace

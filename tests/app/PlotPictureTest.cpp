@@ -42,7 +42,7 @@ TEST_F(PlotPicture, HasTheSizeAskedFor)
   write("a.wav", sine(440.0, 0.5, 1.0, 2));
   for (const auto& [width, height] : {std::pair(400, 420), {1280, 720}, {3000, 500}}) {
     const Picture picture =
-        drawn({"a.wav", "--width", std::to_string(width), "--height", std::to_string(height)});
+        drawn({"a.wav", "--size", std::to_string(width) + "x" + std::to_string(height)});
     EXPECT_EQ(picture.width(), width);
     EXPECT_EQ(picture.height(), height);
   }
@@ -87,7 +87,7 @@ TEST_F(PlotPicture, DrawsTheEnvelopeInProportionToTheLevel)
 {
   const auto heightAt = [this](double level) {
     write("a.wav", sine(1000.0, level, 1.0));
-    const Picture picture = drawn({"a.wav", "--view", "waveform", "--height", "400"});
+    const Picture picture = drawn({"a.wav", "--view", "waveform", "--size", "1280x400"});
     int rows = 0;
     for (int y = 0; y < picture.height(); ++y)
       rows += picture.colourfulness(903, y) > 40 ? 1 : 0;
@@ -142,7 +142,7 @@ TEST_F(PlotPicture, TakesAllThatIsShort)
 TEST_F(PlotPicture, IsToldOfInOneLineOrAsJson)
 {
   write("a.wav", sine(440.0, 0.5, 1.5, 2));
-  EXPECT_EQ(succeed({"plot", "a.wav", "-o", "a.png", "--height", "500"}).out,
+  EXPECT_EQ(succeed({"plot", "a.wav", "-o", "a.png", "--size", "1280x500"}).out,
             "a.png: 1280 x 500 pixels, 0:01.500 of sound\n");
   const nlohmann::json object =
       nlohmann::json::parse(succeed({"plot", "a.wav", "-o", "a.svg", "--json"}).out);
@@ -159,7 +159,7 @@ TEST_F(PlotPicture, DrawsNamesOfAnyBytes)
   const std::string name = "n\xC3\xA4me\xFF\x01\xE2\x82.wav";
   write(name, sine(440.0, 0.5, 0.1));
   EXPECT_EQ(drawn({name}).width(), 1280);
-  EXPECT_EQ(drawn({name, name, "--width", "400"}).width(), 400);
+  EXPECT_EQ(drawn({name, name, "--size", "400"}).width(), 400);
 }
 
 } // namespace

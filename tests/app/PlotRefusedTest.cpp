@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <limits>
 
+#include <unistd.h>
+
 #include "tests/app/PlotTest.h"
 #include "tests/app/TracedProgram.h"
 
@@ -44,6 +46,9 @@ TEST_F(PlotRefused, WhereTheCommandLineIsWrong)
   expectRefused({"a.wav", "-o", "a"}, 2, "has none of the suffixes that say the format");
   expectRefused({"a.wav", "-o", "a.png", "--data"}, 2, "does not end in .json");
   expectRefused({"a.wav", "-o", "a.png", "--format", "gif"}, 2, "is none of pdf, png and svg");
+  for (const std::string name : {"a.svg", "a.PDF", "a.wav", "b.aiff"})
+    expectRefused({"a.wav", "-o", name, "--format", "png"}, 2,
+                  "--format png contradicts the name \"" + name + "\"");
   expectRefused({"a.wav", "-o", "a.png", "--view", "wavefrm"}, 2, "did you mean waveform?");
   expectRefused({"a.wav", "-o", "a.png", "--theme", "blue"}, 2, "is none of dark and light");
   expectRefused({"a.wav", "-o", "a.png", "--window", "1000"}, 2, "is no power of two");
@@ -53,24 +58,59 @@ TEST_F(PlotRefused, WhereTheCommandLineIsWrong)
   const support::Outcome both = tov({"plot", "a.wav", "--data", "--json"});
   EXPECT_EQ(both.exitCode, 2);
   EXPECT_TRUE(holds(both.err, "cannot both go to standard output"));
-  expectRefused({"a.wav", "-o", "a.png", "--widht", "900"}, 2, "did you mean --width?");
+  expectRefused({"a.wav", "-o", "a.png", "--sise", "900"}, 2, "did you mean --size?");
 }
 
 TEST_F(PlotRefused, WhereTheSizeIsAbsurd)
 {
-  for (const char* width : {"20", "399", "16001", "1000000000000", "-5"})
-    expectRefused({"a.wav", "-o", "a.png", "--width", width}, 2, "--width");
-  expectRefused({"a.wav", "-o", "a.png", "--width", "12.5"}, 2, "is no whole number");
-  for (const char* height : {"0", "59", "20000", "-1"})
-    expectRefused({"a.wav", "-o", "a.png", "--height", height}, 2, "is outside 60 to 16000");
-  expectRefused({"a.wav", "-o", "a.png", "--height", "80"}, 2, "is too little for this picture");
+  for (const std::string width : {"20", "399", "16001", "1000000000000", "-5"}) {
+    for (const char* height : {"", "x700"})
+      expectRefused({"a.wav", "-o", "a.png", "--size", width + height}, 2,
+                    "the width of --size: " + width + " is outside 400 to 16000");
+  }
+  for (const char* size : {"12.5", "", "x", "900x", "x900", "900x400x2", "900 x 400", "900X400"})
+    expectRefused({"a.wav", "-o", "a.png", "--size", size}, 2, "is no size");
+  for (const std::string height : {"0", "59", "20000", "-1"})
+    expectRefused({"a.wav", "-o", "a.png", "--size", "900x" + height}, 2,
+                  "the height of --size: " + height + " is outside 60 to 16000");
+  expectRefused({"a.wav", "-o", "a.png", "--size", "900x80"}, 2, "is too little for this picture");
   for (const char* view : {"both", "mix"})
-    expectRefused({"a.wav", "-o", "a.png", "--view", view, "--width", "400", "--text-size", "72"},
-                  2, "--text-size leaves too little");
+    expectRefused({"a.wav", "-o", "a.png", "--view", view, "--size", "400", "--text-size", "72"}, 2,
+                  "--text-size leaves too little");
   write("wide.wav", support::randomSound(300, 10, 48000, 16, 1));
-  expectRefused({"wide.wav", "-o", "a.png", "--height", "1000"}, 2,
+  expectRefused({"wide.wav", "-o", "a.png", "--size", "1280x1000"}, 2,
                 "is too little for this picture");
   expectRefused({"a.wav", "--data", "--samples-per-pixel", "0"}, 2, "is outside 1 to 1e+09");
+}
+
+TEST_F(PlotRefused, WhereItWouldReplaceWhatItDraws)
+{
+  std::filesystem::copy(folder.path("a.wav"), folder.path("sound"));
+  const std::vector<std::uint8_t> sound = folder.read("sound");
+  succeed({"save", "shot.script", "a.wav"});
+  expectRefused({"sound", "-o", "sound", "--format", "png"}, 2, "is a file to be drawn");
+  expectRefused({"a.wav", "sound", "-o", "./sound", "--format", "svg"}, 2,
+                "is a file to be drawn");
+  expectRefused({"a.wav", "shot.script", "-o", "shot.script", "--format", "png"}, 2,
+                "is a file to be drawn");
+  EXPECT_EQ(folder.read("sound"), sound);
+}
+
+// The first file that is opened would take its place: the picture itself.
+TEST_F(PlotRefused, WhereStandardOutputIsNotOpen)
+{
+  const auto withoutOutput = [this](const std::vector<std::string>& command) {
+    support::Launch launched = launch(command);
+    launched.beforeExec = [] { ::close(1); };
+    const support::Outcome outcome = support::run(launched);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(holds(outcome.err, "standard output: could not be written"));
+  };
+  withoutOutput({"plot", "a.wav", "-o", "-"});
+  withoutOutput({"plot", "a.wav", "--data"});
+  withoutOutput({"plot", "a.wav", "-o", "told.png", "--json"});
+  succeed({"plot", "a.wav", "-o", "whole.png"});
+  EXPECT_EQ(folder.read("told.png"), folder.read("whole.png"));
 }
 
 TEST_F(PlotRefused, WhereTheTimesHoldNothing)
@@ -79,6 +119,8 @@ TEST_F(PlotRefused, WhereTheTimesHoldNothing)
   expectRefused({"a.wav", "-o", "a.png", "--from", "0.5", "--to", "0.5"}, 2,
                 "--to is not behind --from");
   expectRefused({"a.wav", "-o", "a.png", "--to", "-1"}, 2, "--to is not behind");
+  expectRefused({"a.wav", "-o", "a.png", "--from", "-0.25"}, 2,
+                "--from lies before the beginning of a.wav");
 }
 
 TEST_F(PlotRefused, WhereTheInputCannotBeRead)

@@ -125,9 +125,30 @@ TEST_F(StandardOutput, ThatIsClosedIsToldAndLeavesNothing)
     };
     const Outcome outcome = support::run(launched);
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.err, "standard output: was closed before it had taken all of the sound\n");
+    EXPECT_EQ(outcome.err, "standard output: was closed before it had taken all of it\n");
     expectNoTemporary();
   }
+}
+
+// The first file that is opened would take its place, and get what is told of it.
+TEST_F(StandardOutput, ThatIsNotOpenIsToldAndGoesIntoNoFile)
+{
+  succeed({"mix", "a.wav", "-o", "whole.wav"});
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"mix", "a.wav", "-o", "-"},
+        {"convert", "a.wav", "-"},
+        {"info", "a.wav"},
+        {"mix", "a.wav", "-o", "told.wav"},
+        {"mix", "a.wav", "-o", "json.wav", "--json"}}) {
+    Launch launched = launchHere(command);
+    launched.beforeExec = [] { ::close(1); };
+    const Outcome outcome = support::run(launched);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(holds(outcome.err, "standard output: could not be written"));
+    expectNoTemporary();
+  }
+  EXPECT_EQ(folder.read("told.wav"), folder.read("whole.wav"));
+  EXPECT_EQ(folder.read("json.wav"), folder.read("whole.wav"));
 }
 
 TEST_F(StandardOutput, ThatIsFullIsTold)

@@ -41,14 +41,16 @@ protected:
     EXPECT_GT(first.size(), 1000u);
   }
 
+  /** Played towards the time: it stops there, however late it is looked at. */
   double positionAfter(const std::string& option, const std::string& form) const
   {
-    const support::Outcome outcome = succeed({"play", "a.wav", "--device", "null", option, form,
-                                              "--json", "--mute",
-                                              option == "--to" ? "--from" : "--to",
-                                              option == "--to" ? "1.45" : "1.55"});
-    const std::vector<nlohmann::json> lines = support::jsonLines(outcome.out);
-    return (option == "--to" ? lines.back() : lines.front())["position"].get<double>();
+    std::vector<std::string> command = {"play", "a.wav", "--device", "null",
+                                        option, form, "--json", "--mute"};
+    const std::vector<std::string> otherEnd =
+        option == "--to" ? std::vector<std::string>{"--from", "1.45"}
+                         : std::vector<std::string>{"--to", "1.55", "--reverse"};
+    command.insert(command.end(), otherEnd.begin(), otherEnd.end());
+    return support::jsonLines(succeed(command).out).back()["position"].get<double>();
   }
 };
 
