@@ -181,17 +181,17 @@ void benchTask(Run& run, const Inputs& inputs, const Task& task, Section& sectio
 Section benchMixing(Run& run)
 {
   Section section;
-  const double seconds = run.isQuick ? 15.0 : 60.0;
+  constexpr double kSeconds = 60.0; // also of a quick run: short sounds measure how programs start
   section.title = "Mixing, whole process";
   section.method =
-      "`tov mix --bits 16` of stereo 16-bit WAV files of " + fixedText(seconds, 0) +
+      "`tov mix --bits 16` of stereo 16-bit WAV files of " + fixedText(kSeconds, 0) +
       " s at 48 kHz to one, against `sox -D -m` and ffmpeg's `amix=normalize=0`; then with every "
       "other input at 44.1 kHz, where ours takes `--quality high`, SoX `rate -h` and ffmpeg its "
       "default.  Processor time of the process and its children.  The outputs are compared, "
       "without the first and the last 50 ms, where ours fades.  SoX as it is divides each input by "
       "their number, and its output is coarser by as much; with `-v 1` before each it does what "
       "ours does.";
-  const Inputs inputs(run.folder, seconds);
+  const Inputs inputs(run.folder, kSeconds);
   for (const Task& task : kTasks)
     benchTask(run, inputs, task, section);
   return section;
