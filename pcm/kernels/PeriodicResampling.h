@@ -26,8 +26,7 @@ struct GroupBuffers {
 };
 
 /** The frames of @p in from @p first on, one period after the other, as rows of
- *  one frame of each.  Nothing at or behind @p end is read; zeros stand there.
- *  Asks for the next group's frames, which no hardware foresees in this order. */
+ *  one frame of each.  Nothing at or behind @p end is read; zeros stand there. */
 void transposeInput(float* rows, const float* in, long long first, long long end, int period,
                     int count)
 {
@@ -37,10 +36,8 @@ void transposeInput(float* rows, const float* in, long long first, long long end
     if (lastLane + j + kLanes <= end) {
       const float* lane = in + first + j;
 #pragma GCC unroll 16
-      for (int i = 0; i < kLanes; ++i, lane += period) {
+      for (int i = 0; i < kLanes; ++i, lane += period)
         block[i] = loaded(lane);
-        __builtin_prefetch(lane + kLanes * period);
-      }
     } else {
       for (int i = 0; i < kLanes; ++i) {
         float part[kLanes] = {};
@@ -57,8 +54,7 @@ void transposeInput(float* rows, const float* in, long long first, long long end
   }
 }
 
-/** Lane after lane, as far as @p frames go.  Asks for the lines that the next
- *  group is written to. */
+/** Lane after lane, as far as @p frames go. */
 void transposeOutput(float* out, const float* outputs, int period, long long frames)
 {
   for (int n = 0; n < period; n += kLanes) {
@@ -71,10 +67,8 @@ void transposeOutput(float* out, const float* outputs, int period, long long fra
     if (count == kLanes && static_cast<long long>(kLanes - 1) * period + n + kLanes <= frames) {
       float* lane = out + n;
 #pragma GCC unroll 16
-      for (int i = 0; i < kLanes; ++i, lane += period) {
+      for (int i = 0; i < kLanes; ++i, lane += period)
         stored(lane, block[i]);
-        __builtin_prefetch(lane + kLanes * period, 1);
-      }
     } else {
       for (int i = 0; i < kLanes; ++i) {
         const long long at = static_cast<long long>(i) * period + n;

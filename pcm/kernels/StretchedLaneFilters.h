@@ -157,6 +157,51 @@ template <std::size_t kChannels>
     out.sums[0][channel] *= r.ratioF; // Step (4)
 }
 
+/** The coefficients of outputs, tap by tap, at distances that differ by lane. */
+template <std::size_t kOutputs>
+struct InterpolatedCoefficients {
+  const Floats* right;
+  float entries;
+  float ratioF;
+  Floats positions[kOutputs];
+  const Tap* taps[kOutputs];
+
+  [[gnu::always_inline]] void begin(const KeptTaps* const* of, int wing)
+  {
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < kOutputs; ++i) {
+      positions[i] = entries * (wing == 0 ? right[i] : stretchedLeftLanes(right[i], ratioF));
+      taps[i] = of[i]->taps + (wing == 0 ? 0 : of[i]->count[0]);
+    }
+  }
+
+  [[gnu::always_inline]] Floats next(std::size_t i, int k)
+  {
+    const Tap& tap = taps[i][k];
+    const Floats coefficient = tap.value + (positions[i] - tap.index) * tap.delta;
+    positions[i] += entries * ratioF;
+    return coefficient;
+  }
+};
+
+/** Those that are kept, at distances that all lanes share. */
+template <std::size_t kOutputs>
+struct SteadyCoefficients {
+  const float* coefficients[kOutputs];
+
+  [[gnu::always_inline]] void begin(const KeptTaps* const* of, int wing)
+  {
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < kOutputs; ++i)
+      coefficients[i] = of[i]->coefficients + (wing == 0 ? 0 : of[i]->count[0]);
+  }
+
+  [[gnu::always_inline]] float next(std::size_t i, int k) const
+  {
+    return coefficients[i][k];
+  }
+};
+
 /** Interpolation along a filter that is stretched by 1 / ratio. */
 class StretchedLaneFilter {
 public:
@@ -187,7 +232,7 @@ public:
       areSteady = areSteady && of[i]->areSteady(right[i]);
     }
     if (areSteady) {
-      addSteady(out, of);
+      addWings(out, of, SteadyCoefficients<kOutputs>{});
     } else if (areKept || find<kOutputs>(right, n)) {
       addTaps(out, right, of);
       for (std::size_t i = 0; i < kOutputs; ++i)
@@ -201,7 +246,7 @@ public:
 private:
   void clear(KeptTaps& kept, long long first)
   {
-    kept = {1.0f, 0.0f, {0, 0}, taps + first, coefficients + first, 0.0f, 0};
+    kept = {1.0f, 0.0f, {0, 0}, taps + first, steadyCoefficients + first, 0.0f, 0};
   }
 
   /** That all lanes are at one distance. */
@@ -290,82 +335,54 @@ private:
     return isOther;
   }
 
-  template <std::size_t kOutputs, std::size_t kChannels>
-  [[gnu::always_inline]] inline void addSteady(LaneOutputs<kOutputs, kChannels>& out,
-                                               const KeptTaps* const* of)
+  /** Both wings of all outputs, with the coefficients that @p coefficients hands
+   *  out tap by tap. */
+  template <std::size_t kOutputs, std::size_t kChannels, typename Coefficients>
+  [[gnu::always_inline]] inline void addWings(LaneOutputs<kOutputs, kChannels>& out,
+                                              const KeptTaps* const* of,
+                                              Coefficients coefficients) const
   {
     out.clear();
 #pragma GCC unroll 2
     for (int wing = 0; wing < 2; ++wing) {
-      const float* coefficient[kOutputs];
+      coefficients.begin(of, wing);
       int common = of[0]->count[wing];
 #pragma GCC unroll 4
-      for (std::size_t i = 0; i < kOutputs; ++i) {
-        coefficient[i] = of[i]->coefficients + (wing == 0 ? 0 : of[i]->count[0]);
+      for (std::size_t i = 1; i < kOutputs; ++i)
         common = of[i]->count[wing] < common ? of[i]->count[wing] : common;
-      }
       const long long direction = wing == 0 ? kLanes : -kLanes;
       long long row = wing == 0 ? 0 : -kLanes;
       for (int k = 0; k < common; ++k, row += direction)
 #pragma GCC unroll 4
         for (std::size_t i = 0; i < kOutputs; ++i)
-          for (std::size_t channel = 0; channel < kChannels; ++channel)
-            out.sums[i][channel] += coefficient[i][k] * loaded(out.right[i][channel] + row);
+          addTap(out, i, coefficients.next(i, k), row);
       for (std::size_t i = 0; i < kOutputs; ++i) {
         long long rest = row;
         for (int k = common; k < of[i]->count[wing]; ++k, rest += direction)
-          for (std::size_t channel = 0; channel < kChannels; ++channel)
-            out.sums[i][channel] += coefficient[i][k] * loaded(out.right[i][channel] + rest);
+          addTap(out, i, coefficients.next(i, k), rest);
       }
     }
 #pragma GCC unroll 4
     for (std::size_t i = 0; i < kOutputs; ++i)
       for (std::size_t channel = 0; channel < kChannels; ++channel)
         out.sums[i][channel] *= r.ratioF; // Step (4)
+  }
+
+  template <std::size_t kOutputs, std::size_t kChannels, typename Coefficient>
+  [[gnu::always_inline]] static inline void addTap(LaneOutputs<kOutputs, kChannels>& out,
+                                                   std::size_t i, Coefficient coefficient,
+                                                   long long row)
+  {
+    for (std::size_t channel = 0; channel < kChannels; ++channel)
+      out.sums[i][channel] += coefficient * loaded(out.right[i][channel] + row);
   }
 
   template <std::size_t kOutputs, std::size_t kChannels>
   [[gnu::always_inline]] inline void addTaps(LaneOutputs<kOutputs, kChannels>& out,
-                                             const Floats* right, const KeptTaps* const* of)
+                                             const Floats* right, const KeptTaps* const* of) const
   {
-    out.clear();
-#pragma GCC unroll 2
-    for (int wing = 0; wing < 2; ++wing) {
-      Floats positions[kOutputs];
-      const Tap* tap[kOutputs];
-      int common = of[0]->count[wing];
-#pragma GCC unroll 4
-      for (std::size_t i = 0; i < kOutputs; ++i) {
-        positions[i] = entries * (wing == 0 ? right[i] : stretchedLeftLanes(right[i], r.ratioF));
-        tap[i] = of[i]->taps + (wing == 0 ? 0 : of[i]->count[0]);
-        common = of[i]->count[wing] < common ? of[i]->count[wing] : common;
-      }
-      const long long direction = wing == 0 ? kLanes : -kLanes;
-      long long row = wing == 0 ? 0 : -kLanes;
-      for (int k = 0; k < common; ++k, row += direction)
-#pragma GCC unroll 4
-        for (std::size_t i = 0; i < kOutputs; ++i)
-          addTap(out, i, positions[i], tap[i][k], row);
-      for (std::size_t i = 0; i < kOutputs; ++i) {
-        long long rest = row;
-        for (int k = common; k < of[i]->count[wing]; ++k, rest += direction)
-          addTap(out, i, positions[i], tap[i][k], rest);
-      }
-    }
-#pragma GCC unroll 4
-    for (std::size_t i = 0; i < kOutputs; ++i)
-      for (std::size_t channel = 0; channel < kChannels; ++channel)
-        out.sums[i][channel] *= r.ratioF; // Step (4)
-  }
-
-  template <std::size_t kOutputs, std::size_t kChannels>
-  [[gnu::always_inline]] inline void addTap(LaneOutputs<kOutputs, kChannels>& out, std::size_t i,
-                                            Floats& position, const Tap& tap, long long row)
-  {
-    const Floats coefficient = tap.value + (position - tap.index) * tap.delta;
-    for (std::size_t channel = 0; channel < kChannels; ++channel)
-      out.sums[i][channel] += coefficient * loaded(out.right[i][channel] + row);
-    position += entries * r.ratioF;
+    InterpolatedCoefficients<kOutputs> coefficients = {right, entries, r.ratioF, {}, {}};
+    addWings(out, of, coefficients);
   }
 
   template <std::size_t kOutputs, std::size_t kChannels>
@@ -414,7 +431,7 @@ private:
   int outputs; ///< of the shortest period
   Place places[kMostPeriod + 1];
   Tap taps[kMostKeptTaps];
-  float coefficients[kMostKeptTaps];
+  float steadyCoefficients[kMostKeptTaps];
 };
 
 } // namespace
