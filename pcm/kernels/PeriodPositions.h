@@ -111,6 +111,16 @@ void takeEvenLanes(GroupPositions& group, const Period& period, const double* of
   }
 }
 
+/** Where no lane keeps its spacing: all stand where the first does, until each
+ *  gets its own. */
+void takeFirstLane(GroupPositions& group, const Period& period, const float* distances)
+{
+  for (int n = 0; n < period.outputs; ++n) {
+    group.lanes[n] = Lanes::Even;
+    stored(group.distances + n * kLanes, Floats{} + distances[n]);
+  }
+}
+
 /** The next @p frames positions: at least a period, at most a group.  What
  *  stands in lanes without an output is of no use, but close to the others. */
 void takeGroup(GroupPositions& group, EvenPositions& positions, const Period& period,
@@ -142,7 +152,10 @@ void takeGroup(GroupPositions& group, EvenPositions& positions, const Period& pe
       offsets[lane] = offsets[even];
       spacings[lane] = spacings[even];
     }
-  takeEvenLanes(group, period, offsets, spacings);
+  if (isSet[even])
+    takeEvenLanes(group, period, offsets, spacings);
+  else
+    takeFirstLane(group, period, distances);
 
   for (int lane = 0; lane < kLanes; ++lane) {
     const int count = outputsOfLane(lane, period, frames);

@@ -121,6 +121,27 @@ TEST(ResamplingKernels, GiveThePlainBitsAlongLongBuffers)
   }
 }
 
+/** Two periods, each of which crosses a power of two.  Of outputs one period
+ *  apart, a rounding puts one half a frame from its input, and the other just
+ *  less. */
+TEST(ResamplingKernels, GiveThePlainBitsWhereNoLaneKeepsItsSpacing)
+{
+  constexpr int kInRate = 44100;
+  constexpr int kOutRate = 48000;
+  constexpr long long kFrames = 2 * 160 + 4; // the plain loop does the last four
+  std::mt19937 random(10);
+  float phase = 1.4901e-8f;
+  for (int i = 0; i < 1000; ++i) {
+    phase = std::nextafter(phase, 1.0f);
+    const TovKernels::Resampling r = request(1, kInRate, kOutRate, phase);
+    const Inputs inputs(random, 1, r, kFrames);
+    const auto expected = resampled(TovKernels::plain, r, inputs, 1, kFrames);
+    for (const TovKernels* const set : support::fastSets())
+      ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, kFrames)[0]))
+          << set->name << " from " << phase;
+  }
+}
+
 /** What is not a number in the input reaches the same outputs. */
 TEST(ResamplingKernels, SpreadWhatIsNoNumberAsThePlainLoopDoes)
 {
