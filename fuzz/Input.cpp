@@ -79,6 +79,19 @@ float Input::factor()
   return kind == 8 ? f32() : (static_cast<float>(kind) - 64.0f) / 64.0f;
 }
 
+int Input::rate(std::span<const int> known)
+{
+  const unsigned int kind = u8();
+  return kind < 128 ? known[kind % known.size()] : static_cast<int>(u32() >> (kind & 31));
+}
+
+float Input::phase()
+{
+  constexpr float kEdges[] = {0.0f, 0.99999994f, 1.0f, 5.9604645e-8f, 0.5f};
+  const unsigned int kind = u8();
+  return kind < 5 ? kEdges[kind] : static_cast<float>(u16()) / 65536.0f;
+}
+
 std::string Input::text()
 {
   const std::vector<std::uint8_t> characters = bytes(u8());
@@ -91,6 +104,12 @@ std::vector<std::uint8_t> Input::bytes(std::size_t count)
   const std::uint8_t* const first = data + position;
   position += taken;
   return std::vector<std::uint8_t>(first, first + taken);
+}
+
+std::string Input::restOfText()
+{
+  const std::vector<std::uint8_t> left = rest();
+  return std::string(left.begin(), std::find(left.begin(), left.end(), 0));
 }
 
 std::string Input::peek(std::size_t count) const

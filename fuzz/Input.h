@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,11 +37,22 @@ public:
    *  all others, itself in 64ths around 1. */
   float factor();
 
+  /** A sample rate: u8() chooses one of @p known (below 128) or how many bits
+   *  of u32() are left out. */
+  int rate(std::span<const int> known);
+
+  /** Where between two frames something begins: u8() chooses between edge cases
+   *  (below 5) and, for all others, a count of 65536ths in 16 bits. */
+  float phase();
+
   /** As many bytes as u8() says. */
   std::string text();
 
   std::vector<std::uint8_t> bytes(std::size_t count);
   std::vector<std::uint8_t> rest() { return bytes(size - position); }
+
+  /** The rest, up to its first 0. */
+  std::string restOfText();
 
   /** The next @p count bytes, without moving on. */
   std::string peek(std::size_t count) const;

@@ -51,4 +51,10 @@ bool holds(const std::string& list, const std::string& name)
   return false;
 }
 
+std::string lastPart(const std::string& name, char separator)
+{
+  const std::size_t found = name.rfind(separator);
+  return found == std::string::npos ? "" : name.substr(found + 1);
+}
+
 } // namespace fuzz

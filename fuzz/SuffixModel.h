@@ -12,4 +12,7 @@ std::string suffixesOf(const std::string& formats);
  *  contents are read as names. */
 bool holds(const std::string& list, const std::string& name);
 
+/** What stands behind the last separator; nothing where there is none. */
+std::string lastPart(const std::string& name, char separator);
+
 } // namespace fuzz

@@ -44,13 +44,30 @@ template <typename Format>
 bool WrittenFile<Format>::isPossible() const
 {
   return record.sampleRate >= 1 && record.sampleRate <= INT32_MAX && record.bytesPerSample >= 1 &&
-         record.bytesPerSample <= 4 && record.channels >= 1 && record.channels <= 0xffff;
+         record.bytesPerSample <= 4 && record.channels >= 1 && record.channels <= 0xffff &&
+         room >= Format::kHeaderBytes;
 }
 
 template <typename Format>
-bool WrittenFile<Format>::hasHeader() const
+void WrittenFile<Format>::checkWriting(typename Format::Writer& writer, WriteCall call)
 {
-  return room >= Format::kHeaderBytes;
+  const int frames = static_cast<int>(call.signal[0].size());
+  require(writer.writeChannels(support::pointers(call.signal), call.startFrame, frames) ==
+              write(call.signal),
+          "the status of writing");
+  require(writer.writeChannels(support::pointers(call.signal), 0, -frames) == 0,
+          "nothing is written");
+  call.signal.emplace_back();
+  require(writer.writeChannels(support::pointers(call.signal), 0, frames) == 2,
+          "one input too many");
+}
+
+template <typename Format>
+void WrittenFile<Format>::checkFile(const std::string& path) const
+{
+  checkContents(path);
+  checkOwnReader(path);
+  checkSndfile(path);
 }
 
 template <typename Format>

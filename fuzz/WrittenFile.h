@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/WriteCall.h"
 #include "tests/support/FileFormats.h"
 
 namespace fuzz {
@@ -16,14 +17,21 @@ public:
   /** @p room is where the disk ends, in bytes. */
   WrittenFile(const TovAudioIOFormat& record, unsigned long room);
 
-  bool isPossible() const;                  ///< the format is one that a file can have
-  bool hasHeader() const;                   ///< there is room for it
+  /** The format is one that a file can have, and there is room for its header. */
+  bool isPossible() const;
+
+  /** Makes the call, and calls that write nothing, and compares the answers. */
+  void checkWriting(typename Format::Writer& writer, WriteCall call);
+
+  /** Reads the file after the writer has closed it: plainly, by the library's
+   *  reader and by libsndfile. */
+  void checkFile(const std::string& path) const;
+
+private:
   int write(const support::Signal& signal); ///< the status of writing that
   void checkContents(const std::string& path) const;
   void checkOwnReader(const std::string& path) const;
   void checkSndfile(const std::string& path) const;
-
-private:
   long long wholeFrames() const { return static_cast<long long>(samples.size()) / frameBytes; }
 
   TovAudioIOFormat record;

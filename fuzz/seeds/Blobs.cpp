@@ -1,5 +1,5 @@
 #include "fuzz/Seeds.h"
-#include "tests/support/SettingsBlobs.h"
+#include "fuzz/SettingsCheck.h"
 
 namespace fuzz {
 
@@ -11,19 +11,16 @@ using support::Bytes;
 
 void blobsSeeds(const SeedTaker& take)
 {
-  const Bytes file = support::fileBlob({"a.wav", 48000, 0.5, 2.0});
+  const Bytes file = seedFileBlob();
   take("file", Bytes().u16be(0x0000).append(file));
   take("file_none", Bytes().u16be(0x0000).append(support::fileBlob({})));
   take("file_version", Bytes().u16be(0x0000).append(support::fileBlob({}, 1)));
   take("file_long_name", Bytes().u16be(0x0000)
       .append(support::fileBlob({std::string(20000, 'n')})));
   for (std::uint32_t version = 0; version <= 3; ++version)
-    for (const std::size_t tracks : {0u, 1u, 3u}) {
-      const support::TrackSettings track = {1, 0, 0.5f, -0.5f, 2.0f, 1.0, 2.0, 0.25, file};
-      const std::vector<support::TrackSettings> all(tracks, track);
+    for (const std::size_t tracks : {0u, 1u, 3u})
       take("mixer" + std::to_string(version) + "_" + std::to_string(tracks),
-           Bytes().u16be(0x0100 + version % 2).append(support::mixerBlob(version, 1.5f, all)));
-    }
+           Bytes().u16be(0x0100 + version % 2).append(seedMixerBlob(version, 1.5f, tracks)));
   const Bytes rejected = support::fileBlob({}, 7);
   take("mixer_rejected", Bytes().u16be(0x0100)
       .append(support::mixerBlob(2, 1.0f, {{.provider = rejected}})));

@@ -26,6 +26,8 @@ void namesSeeds(const SeedTaker& take)
       ""})
     seed(std::string("name_") + (*name == '|' ? "bar" : name), {aiff, aiff, wav, wav, name});
   seed("lists", {aiff + "|" + wav, "x{a|b;c}|y{", "{a}{b}c{d}", "}{a};b|c", "y"});
+  for (const char* const name : {"n.read", "n.written", "Written"})
+    seed(std::string("one_way_") + name, {aiff, aiff, "Read{read}", "Written{written}", name});
   seed("empty_groups", {"x{;;a;|b;}", "{}", "|{", "a||b", "b"});
 }
 

@@ -1,5 +1,5 @@
 #include "fuzz/Seeds.h"
-#include "tests/support/SettingsBlobs.h"
+#include "fuzz/SettingsCheck.h"
 
 namespace fuzz {
 
@@ -11,10 +11,8 @@ using support::Bytes;
 
 void settingsSeeds(const SeedTaker& take)
 {
-  const Bytes file = support::fileBlob({"a.wav", 48000, 0.5, 2.0});
-  const support::TrackSettings track = {1, 0, 0.5f, -0.5f, 2.0f, 1.0, 2.0, 0.25, file};
   for (std::uint32_t version = 0; version <= 3; ++version) {
-    const Bytes blob = support::mixerBlob(version, 9.0f, {track, track});
+    const Bytes blob = seedMixerBlob(version, 9.0f, 2);
     const std::string text = support::scriptText(blob.data());
     const std::string label = std::to_string(version);
     take("text" + label, Bytes().u8(version).u8(0).text(text));

@@ -10,7 +10,6 @@ namespace fuzz {
 
 namespace {
 
-using support::Bytes;
 void run(Input& input)
 {
   constexpr unsigned int kOrders[] = {0, 1, 0x100, 0x1ff};
