@@ -26,8 +26,8 @@ static std::string suffixesBy(FormatsOf formatsOf)
 {
   std::string suffixes;
   // The format that was registered last is asked first; it is named first too.
-  for (unsigned long i = TovAudioTranslator::_translators->getCount(); i-- > 0;) {
-    const TovName list = getSuffixes(formatsOf(*(*TovAudioTranslator::_translators)[i]));
+  for (unsigned long i = TovAudioTranslator::_translators->getCount(); i > 0; --i) {
+    const TovName list = getSuffixes(formatsOf(*(*TovAudioTranslator::_translators)[i - 1]));
     bool startsSuffix = true;
     for (const char* c = list.c_str(); *c != '\0'; ++c) {
       if (startsSuffix) {

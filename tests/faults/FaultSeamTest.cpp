@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -211,41 +212,39 @@ TEST(PickedPoints, AreAllOfAShortLoop)
   EXPECT_EQ(pickedPoints(0, "none", true), std::vector<long>{});
 }
 
-/** The text that chooses, for a scope; whatever the caller has set otherwise. */
-class Pick {
+/** An environment variable as a test wants it, null for not set, for a scope. */
+class Variable {
 public:
-  explicit Pick(const char* text)
+  Variable(const char* variable, const char* value) : name(variable)
   {
-    ::unsetenv("TOV_TEST_LONG");
-    ::setenv("TOV_TEST_PICK", text, 1);
+    if (const char* const before = std::getenv(variable))
+      restored = before;
+    set(value);
   }
-  ~Pick()
-  {
-    restore("TOV_TEST_LONG", hadLong, longBefore);
-    restore("TOV_TEST_PICK", hadPick, pickBefore);
-  }
-  Pick(const Pick&) = delete;
-  Pick& operator=(const Pick&) = delete;
+  ~Variable() { set(restored ? restored->c_str() : nullptr); }
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
 
 private:
-  static std::string valueOf(const char* name)
+  void set(const char* value) const
   {
-    const char* const value = std::getenv(name);
-    return value ? value : "";
-  }
-
-  static void restore(const char* name, bool wasSet, const std::string& value)
-  {
-    if (wasSet)
-      ::setenv(name, value.c_str(), 1);
+    if (value)
+      ::setenv(name, value, 1);
     else
       ::unsetenv(name);
   }
 
-  const bool hadLong = std::getenv("TOV_TEST_LONG") != nullptr;
-  const bool hadPick = std::getenv("TOV_TEST_PICK") != nullptr;
-  const std::string longBefore = valueOf("TOV_TEST_LONG");
-  const std::string pickBefore = valueOf("TOV_TEST_PICK");
+  const char* name;
+  std::optional<std::string> restored;
+};
+
+/** Whatever the caller has set otherwise. */
+struct Pick {
+  explicit Pick(const char* text) : chosen("TOV_TEST_PICK", text) {}
+
+  Variable isLong{"TOV_TEST_LONG", nullptr};
+  Variable share{"TOV_FAULT_SHARE", nullptr};
+  Variable chosen;
 };
 
 TEST(PickedPoints, AreATenthOfALongLoopByTheText)
@@ -269,8 +268,20 @@ TEST(PickedPoints, AreATenthOfALongLoopByTheText)
 TEST(PickedPoints, AreAllOfALongLoopInALongRun)
 {
   const Pick pick("one");
-  ::setenv("TOV_TEST_LONG", "1", 1);
+  const Variable isLong("TOV_TEST_LONG", "1");
   EXPECT_EQ(pickedPoints(1001, "loop", true).size(), 1001u);
+}
+
+TEST(PickedPoints, AreTheShareThatIsAskedFor)
+{
+  const Pick pick("one");
+  const Variable share("TOV_FAULT_SHARE", "50");
+  EXPECT_EQ(pickedPoints(1001, "loop", true).size(), 21u);
+  EXPECT_EQ(pickedPoints(400, "loop", true).size(), 10u) << "but ten";
+  for (const char* const noNumber : {"0", "-3", "all"}) {
+    const Variable bad("TOV_FAULT_SHARE", noNumber);
+    EXPECT_EQ(pickedPoints(1001, "loop", true).size(), 101u) << noNumber;
+  }
 }
 
 } // namespace

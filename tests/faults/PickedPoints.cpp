@@ -12,6 +12,14 @@ namespace support {
 
 static constexpr std::size_t kFewest = 10;
 
+/** One point of so many is tried. */
+static std::size_t pointsPerPick()
+{
+  const char* const text = std::getenv("TOV_FAULT_SHARE");
+  const int given = text ? std::atoi(text) : 0;
+  return given > 0 ? static_cast<std::size_t>(given) : 10;
+}
+
 /** FNV-1a. */
 static std::uint32_t hashOf(const std::string& text)
 {
@@ -31,7 +39,8 @@ std::vector<long> pickedPoints(long all, const std::string& name, bool isLong)
   std::mt19937 random(hashOf((pick ? pick : "") + ("/" + name)));
   for (std::size_t i = points.size(); i > 1; --i)
     std::swap(points[i - 1], points[static_cast<std::size_t>(below(random, static_cast<long>(i)))]);
-  points.resize(std::min(points.size(), std::max(kFewest, (points.size() + 9) / 10)));
+  const std::size_t share = pointsPerPick();
+  points.resize(std::min(points.size(), std::max(kFewest, (points.size() + share - 1) / share)));
   std::sort(points.begin(), points.end());
   return points;
 }
