@@ -41,7 +41,7 @@ void WordCounts::count(std::uint32_t word)
   constexpr std::uint32_t kNotFinite = 255;
   const std::uint32_t exponent = word >> 23 & 0xFF;
   // Zero, infinity and the NaN that arithmetic makes tell nothing.
-  if (word << 1 == 0 || (exponent == kNotFinite && (word & 0x3FFFFF) == 0)) {
+  if ((word & 0x7FFFFFFF) == 0 || (exponent == kNotFinite && (word & 0x3FFFFF) == 0)) {
     return;
   }
   long long& counted = exponent > kHugest ? absurd : exponent < kTiniest ? tiny : sensible;

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr int kMostKeptTaps = 10240; ///< raising it costs stack
-constexpr int kSteady = 4;           ///< times that make it worth to keep coefficients
+constexpr int kSteady = 5; ///< times that make it worth to keep coefficients: 4096 frames have 4
 
 /** The table entries of a tap, and the index of the first. */
 struct Tap {
