@@ -1,18 +1,23 @@
 #include "app/MixContents.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <string_view>
+#include <unordered_map>
 
 #include "app/Failures.h"
 #include "app/ForeignSounds.h"
+#include "app/OutputFile.h"
 #include "app/ScriptFile.h"
 #include "app/Session.h"
+#include "core/TovFile.h"
 #include "pcm/TovPcm.h"
 
 /** Its settings follow once all files are open. */
 static MixTrack trackOfFile(const TrackRequest& request)
 {
   MixTrack track;
-  track.source = openSource(request.file);
+  track.source = std::make_shared<SourceFile>(openSource(request.file));
   track.name = track.source->name;
   track.channels = request.channels;
   return track;
@@ -36,28 +41,66 @@ static void findSource(MixTrack& track)
     track.whyMissing = "names no file";
     return;
   }
-  track.name = withoutControlCharacters(track.entry->path);
+  track.name = nameForPeople(track.entry->path);
+  if (track.entry->isTooLong) {
+    track.whyMissing = systemErrorText(ENAMETOOLONG);
+    return;
+  }
   try {
-    track.source = openSource(track.entry->path);
-    track.source->name = track.name;
+    SourceFile source = openSource(track.entry->path);
+    source.name = track.name;
+    track.source = std::make_shared<SourceFile>(std::move(source));
   } catch (const Failure& failure) {
     track.whyMissing = withoutControlCharacters(failure.reason());
   }
 }
 
+/** Says where the entry's file is, or would be. */
+static void placeEntry(MixTrack& track, SessionEntry entry, const SessionFolder& folder)
+{
+  const bool isNameTooLong = entry.storedName.size() >= TovFile::kMaxPath;
+  std::string path = isNameTooLong ? std::string() : folder.pathOf(entry.storedName);
+  entry.isTooLong = isNameTooLong || isTooLongForPath(path);
+  entry.path =
+      !entry.isTooLong ? std::move(path) : shortened(isNameTooLong ? entry.storedName : path);
+  track.entry = std::make_shared<SessionEntry>(std::move(entry));
+}
+
+/** Of many tracks of one name, its file is looked at for the first only. */
+static void useSameFile(MixTrack& track, SessionEntry entry, const MixTrack& first)
+{
+  entry.path = first.entry->path;
+  entry.isTooLong = first.entry->isTooLong;
+  track.entry = std::make_shared<SessionEntry>(std::move(entry));
+  track.name = first.name;
+  track.source = first.source;
+  track.whyMissing = first.whyMissing;
+}
+
 MixContents contentsOfSession(const std::string& name, const std::vector<NameMapping>& mappings)
 {
-  const Session session = loadSession(name);
-  const std::string folder = folderOfScript(name);
+  Session session = loadSession(name);
+  const SessionFolder folder(name);
+  std::unordered_map<std::string_view, std::size_t> firstByName;
   MixContents contents;
   contents.masterGain = session.masterGain;
-  for (const SessionTrack& entry : session.tracks) {
-    const std::string storedName = mappedName(entry.storedName, mappings);
+  contents.tracks.reserve(session.tracks.size());
+  for (SessionTrack& entry : session.tracks) {
+    const std::size_t index = contents.tracks.size();
     MixTrack track;
     track.settings = entry.settings;
-    track.entry = {name, folder, static_cast<int>(contents.tracks.size()) + 1, storedName,
-                   pathOfStoredName(storedName, name)};
-    findSource(track);
+    SessionEntry named = {.session = name,
+                          .folder = folder.getCanonicalName(),
+                          .number = static_cast<int>(index) + 1,
+                          .storedName = mappedName(std::move(entry.storedName), mappings)};
+    const auto known = firstByName.find(named.storedName);
+    if (known != firstByName.end()) {
+      useSameFile(track, std::move(named), contents.tracks[known->second]);
+    } else {
+      placeEntry(track, std::move(named), folder);
+      findSource(track);
+      firstByName.emplace(track.entry->storedName, index);
+    }
     contents.tracks.push_back(std::move(track));
   }
   return contents;
@@ -82,15 +125,17 @@ static bool addWhatIsThere(MixContents& contents, const MixRequest& request, con
   if (!command) {
     return false;
   }
-  if (const std::string problem = whyUnreadable(*command); !problem.empty() && request.isForced) {
-    notices.say(request.script, problem + "; saved over as told");
-    return false;
-  } else if (!problem.empty()) {
+  try {
+    addSession(contents, contentsOfSession(request.script, request.mappings), true);
+    return true;
+  } catch (const UnreadableSettings& failure) {
+    if (request.isForced) {
+      notices.say(request.script, failure.reason() + "; saved over as told");
+      return false;
+    }
     throw Failure(request.script,
-                  problem + "; nothing was added to them (--force saves over them)");
+                  failure.reason() + "; nothing was added to them (--force saves over them)");
   }
-  addSession(contents, contentsOfSession(request.script, request.mappings), true);
-  return true;
 }
 
 MixContents gatherMix(const MixRequest& request, const Notices& notices)
@@ -133,6 +178,7 @@ static std::string placeOf(const MixTrack& track)
 
 void refuseMissing(const MixContents& contents, bool isAllowed, const Notices& notices)
 {
+  constexpr int kMostListed = 1000;
   std::string list;
   int count = 0;
   for (const MixTrack& track : contents.tracks) {
@@ -141,11 +187,15 @@ void refuseMissing(const MixContents& contents, bool isAllowed, const Notices& n
     }
     if (isAllowed) {
       notices.say(track.name, track.whyMissing + "; " + placeOf(track) + " is left out");
+    } else if (count < kMostListed) {
+      list += "\n  " + track.name + ": " + track.whyMissing + " (" + placeOf(track) + ")";
     }
-    list += "\n  " + track.name + ": " + track.whyMissing + " (" + placeOf(track) + ")";
     ++count;
   }
   if (count > 0 && !isAllowed) {
+    if (count > kMostListed) {
+      list += "\n  and " + std::to_string(count - kMostListed) + " more";
+    }
     throw Failure("mix",
                   std::to_string(count) + (count == 1 ? " file is missing" : " files are missing") +
                       " (--map OLD=NEW looks elsewhere, --allow-missing goes on without):" + list);

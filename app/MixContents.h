@@ -15,6 +15,6 @@ MixContents gatherMix(const MixRequest& request, const Notices& notices);
 /** The tracks of one session, found or missing.  Throws Failure. */
 MixContents contentsOfSession(const std::string& name, const std::vector<NameMapping>& mappings);
 
-/** Throws Failure, which lists them all, where files are missing; says so and
+/** Throws Failure, which lists them, up to a thousand, where files are missing; says so and
  *  goes on where that is allowed. */
 void refuseMissing(const MixContents& contents, bool isAllowed, const Notices& notices);

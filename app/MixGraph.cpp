@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include <sys/resource.h>
+
 #include "app/Failures.h"
 #include "app/MixerBlob.h"
 #include "app/RefusalReason.h"
@@ -44,6 +46,19 @@ static void sayWhichChannels(const MixTrack& track, const TrackPlan& plan, const
   }
 }
 
+/** Every file of a mix stays open while it is rendered.  Opening them all to
+ *  find out takes seconds where there are tens of thousands. */
+static void refuseTooMany(const std::vector<MixTrack>& tracks)
+{
+  const auto files = std::count_if(tracks.begin(), tracks.end(),
+                                   [](const MixTrack& track) { return !track.isMissing(); });
+  struct rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && static_cast<rlim_t>(files) >= limit.rlim_cur) {
+    throw Failure("mix", std::to_string(files) +
+                             " files are too many to be open at once: " + openFilesForPeople());
+  }
+}
+
 /** The timeline's rate is the host's setting; the library reads it there. */
 static double setFramesPerSecond(const MixRequest& request)
 {
@@ -68,6 +83,7 @@ MixGraph::MixGraph(const MixContents& contents, const MixRequest& request, const
   if (!std::isfinite(contents.masterGain)) {
     throw Failure("mix", "the session's master level is no number; --master sets another");
   }
+  refuseTooMany(tracks);
   emptyWithGain(*mixer, contents.masterGain);
   for (const MixTrack& track : tracks) {
     plans.push_back(planTrack(track, context.sampleRate));
@@ -101,7 +117,7 @@ void MixGraph::addTrack(const MixTrack& track, const TrackPlan& plan)
   const TrackSettings& settings = track.settings;
   const ProviderReference<TovAudioFile> input = inputFor(track, plan);
   TovAudioFile* const file = input.get();
-  setFileSettings(*file, "", settings.playRate, plan.srcIn, settings.srcOut);
+  setFileSettings(*file, settings.playRate, plan.srcIn, settings.srcOut);
   mixer->addProvider(file);
   // The mixer's own setters search all tracks for the provider.
   TovAudioTrack& last = *mixer->getTrack(mixer->getNumTracks() - 1);

@@ -1,6 +1,7 @@
 #include "app/MixSummary.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "app/JsonOutput.h"
 #include "app/NumberText.h"
@@ -67,7 +68,7 @@ nlohmann::ordered_json jsonOfMix(const MixRequest& request, const MixResult& res
   }
   return {{"event", "done"},
           {"output", request.output},
-          {"tracks", tracks},
+          {"tracks", std::move(tracks)},
           {"sampleRate", result.rate},
           {"bits", request.bits},
           {"frames", result.frames},
@@ -90,7 +91,7 @@ static nlohmann::ordered_json jsonOfSession(const MixRequest& request, const Mix
   for (const MixTrack& track : contents.tracks) {
     tracks.push_back({{"file", fileOf(track)}, {"found", !track.isMissing()}});
   }
-  return {{"event", "saved"}, {"script", request.script}, {"tracks", tracks}};
+  return {{"event", "saved"}, {"script", request.script}, {"tracks", std::move(tracks)}};
 }
 
 MixReport::MixReport(const MixRequest& reportedRequest)

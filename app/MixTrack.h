@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,17 +15,19 @@ struct SessionEntry {
   std::string folder;     ///< the script's, in its canonical form
   int number;             ///< of the track in its session, from 1
   std::string storedName; ///< as the session has it, with --map applied
-  std::string path;       ///< where the file is, or where it should be
+  std::string path = {};  ///< where the file is, or where it should be; shortened where too long
+  bool isTooLong = false; ///< no file's path is as long
 };
 
-/** One track of a mix, from the command line or from a session. */
+/** One track of a mix, from the command line or from a session.  Copies share
+ *  what takes memory: a session may have thousands of tracks. */
 struct MixTrack {
   std::string name; ///< of the file, for messages
   TrackSettings settings;
   std::optional<std::pair<int, int>> channels; ///< left and right, counted from 1
-  std::optional<SourceFile> source;            ///< none where the file is missing
+  std::shared_ptr<const SourceFile> source;    ///< null where the file is missing
   std::string whyMissing;                      ///< phrased to follow the name and a colon
-  std::optional<SessionEntry> entry;           ///< none for a file from the command line
+  std::shared_ptr<const SessionEntry> entry;   ///< null for a file from the command line
 
   bool isMissing() const { return !source; }
 };

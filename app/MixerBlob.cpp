@@ -12,7 +12,7 @@ constexpr unsigned int kLatestFile = 0;
 /** A position in a blob; reading on behind its end gives zeros. */
 class BlobWalk {
 public:
-  explicit BlobWalk(const BlobBytes& blob) : bytes(blob) {}
+  explicit BlobWalk(std::span<const unsigned char> blob) : bytes(blob) {}
 
   bool isWhole() const { return !isShort; }
   void skip(std::size_t count) { take(count); }
@@ -20,9 +20,7 @@ public:
   std::string tag()
   {
     const std::size_t at = take(kTagBytes);
-    return isShort ? std::string()
-                   : std::string(bytes.begin() + difference(at),
-                                 bytes.begin() + difference(at + kTagBytes));
+    return isShort ? std::string() : std::string(text(at, kTagBytes));
   }
 
   unsigned int number(std::size_t count)
@@ -35,16 +33,19 @@ public:
     return value;
   }
 
-  void skipText()
+  std::string_view takeText()
   {
-    const auto end = std::find(bytes.begin() + difference(position), bytes.end(), 0);
-    skip(static_cast<std::size_t>(end - bytes.begin()) - position + 1);
+    const std::string_view rest = text(position, bytes.size() - position);
+    const std::size_t length = std::min(rest.find('\0'), rest.size());
+    skip(length + 1);
+    return rest.substr(0, length);
   }
 
 private:
-  static BlobBytes::difference_type difference(std::size_t i)
+  std::string_view text(std::size_t at, std::size_t count) const
   {
-    return static_cast<BlobBytes::difference_type>(i);
+    return std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size())
+        .substr(at, count);
   }
 
   std::size_t take(std::size_t count)
@@ -55,7 +56,7 @@ private:
     return at;
   }
 
-  const BlobBytes& bytes;
+  std::span<const unsigned char> bytes;
   std::size_t position = 0;
   bool isShort = false;
 };
@@ -80,9 +81,12 @@ bool walkTrack(BlobWalk& walk, MixerBlobFindings& findings)
     findings.inputTag = tag;
     return false;
   }
-  walk.skipText();
+  const std::string_view name = walk.takeText();
   walk.skip(4 + 8 + 8);
-  findings.tracks += walk.isWhole() ? 1 : 0;
+  if (walk.isWhole()) {
+    ++findings.tracks;
+    findings.names.push_back(name);
+  }
   return walk.isWhole();
 }
 
@@ -114,7 +118,7 @@ private:
 
 } // namespace
 
-MixerBlobFindings examineMixerBlob(const BlobBytes& blob)
+MixerBlobFindings examineMixerBlob(std::span<const unsigned char> blob)
 {
   MixerBlobFindings findings;
   BlobWalk walk(blob);
@@ -139,6 +143,19 @@ MixerBlobFindings examineMixerBlob(const BlobBytes& blob)
   return findings;
 }
 
+BlobBytes withoutNames(std::span<const unsigned char> blob, const MixerBlobFindings& findings)
+{
+  BlobBytes bytes;
+  const unsigned char* position = blob.data();
+  for (const std::string_view name : findings.names) {
+    const unsigned char* const begin = reinterpret_cast<const unsigned char*>(name.data());
+    bytes.insert(bytes.end(), position, begin);
+    position = begin + name.size();
+  }
+  bytes.insert(bytes.end(), position, blob.data() + blob.size());
+  return bytes;
+}
+
 BlobBytes blobOf(TovAudioProvider& provider)
 {
   void* out = nullptr;
@@ -147,13 +164,26 @@ BlobBytes blobOf(TovAudioProvider& provider)
   return length > 0 && out != nullptr ? BlobBytes(owned.get(), owned.get() + length) : BlobBytes();
 }
 
-void setFileSettings(TovAudioFile& file, const std::string& name, int playRate, double srcIn,
-                     double srcOut)
+static BlobBytes fileBlob(const std::string& name, int playRate, double srcIn, double srcOut)
 {
   BlobText blob("AFIL");
   blob.add(kLatestFile).addText(name).add(static_cast<unsigned int>(playRate));
-  blob.add(srcIn).add(srcOut);
-  file.deserializeBounded(blob.get().data(), blob.get().size(), false);
+  return blob.add(srcIn).add(srcOut).get();
+}
+
+int KeptInput::serialize(void** out)
+{
+  const BlobBytes blob = fileBlob(*name, getPlaybackRate(), getSrcIn(), getSrcOut());
+  unsigned char* const bytes = new unsigned char[blob.size()]; // the caller's from here on
+  std::copy(blob.begin(), blob.end(), bytes);
+  *out = bytes;
+  return static_cast<int>(blob.size());
+}
+
+void setFileSettings(TovAudioFile& file, int playRate, double srcIn, double srcOut)
+{
+  const BlobBytes blob = fileBlob(std::string(), playRate, srcIn, srcOut);
+  file.deserializeBounded(blob.data(), blob.size(), false);
 }
 
 void emptyWithGain(TovAudioMixer& mixer, float masterGain)

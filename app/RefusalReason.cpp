@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "app/FileSuffix.h"
@@ -198,6 +199,14 @@ static std::string aiffReason(HeaderBytes& bytes)
                     bytes.number(places.description, 2));
 }
 
+std::string openFilesForPeople()
+{
+  struct rlimit limit = {};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  return "the system lets this program have " + std::to_string(limit.rlim_cur) +
+         " (\"ulimit -n\" sets how many)";
+}
+
 static std::string systemReason(int errorNumber)
 {
   if (errorNumber == ENOENT) {
@@ -205,7 +214,7 @@ static std::string systemReason(int errorNumber)
   }
   std::string text = std::strerror(errorNumber);
   text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-  return text;
+  return errorNumber == EMFILE ? text + " at once: " + openFilesForPeople() : text;
 }
 
 /** What keeps any program from reading the file; empty where nothing does. */

@@ -1,12 +1,22 @@
 #include "app/Session.h"
 
+#include <span>
+#include <string_view>
+
 #include "app/Failures.h"
 #include "app/ProviderReference.h"
 #include "app/ScriptFile.h"
 #include "core/TovBuffer.h"
 #include "core/TovCompressor.h"
-#include "core/TovGlobals.h"
-#include "core/TovScript.h"
+
+/** The settings that an audio command carries. */
+struct CommandSettings {
+  TovBuffer buffer;
+  MixerBlobFindings findings;
+  std::string problem; ///< as whyUnreadable() gives it
+
+  std::span<const unsigned char> bytes() const { return {buffer.getData(), buffer.getSize()}; }
+};
 
 static std::string settingsProblem(const MixerBlobFindings& findings)
 {
@@ -28,23 +38,30 @@ static std::string settingsProblem(const MixerBlobFindings& findings)
          std::to_string(findings.tracks + 1);
 }
 
-std::string whyUnreadable(const AudioCommand& command)
+static void readSettings(const AudioCommand& command, CommandSettings& settings)
 {
   if (!command.argument) {
-    return std::string(); // an empty argument list is an empty mix
+    return; // an empty argument list is an empty mix
   }
-  TovBuffer buffer;
-  if (TovCompressor::decompressString(command.argument->c_str(), buffer) != 0) {
-    return "its audio settings are damaged";
+  if (TovCompressor::decompressString(command.argument->c_str(), settings.buffer) != 0) {
+    settings.problem = "its audio settings are damaged";
+    return;
   }
-  const unsigned char* bytes = buffer.getData();
-  return settingsProblem(examineMixerBlob(
-      bytes == nullptr ? BlobBytes() : BlobBytes(bytes, bytes + buffer.getSize())));
+  settings.findings = examineMixerBlob(settings.bytes());
+  settings.problem = settingsProblem(settings.findings);
 }
 
-static SessionTrack trackOf(const TovAudioTrack& track)
+std::string whyUnreadable(const AudioCommand& command)
+{
+  CommandSettings settings;
+  readSettings(command, settings);
+  return settings.problem;
+}
+
+static SessionTrack trackOf(const TovAudioTrack& track, std::string_view name)
 {
   SessionTrack entry;
+  entry.storedName = name;
   TrackSettings& settings = entry.settings;
   settings.gain = track.getGain();
   settings.pan = track.getPan();
@@ -56,7 +73,6 @@ static SessionTrack trackOf(const TovAudioTrack& track)
   settings.shift = track.getTimeShift();
   // The library makes a file provider of every entry.
   const TovAudioFile& file = dynamic_cast<const TovAudioFile&>(*track.getProvider());
-  entry.storedName = file.getFileName();
   settings.playRate = file.getPlaybackRate();
   settings.srcIn = file.getSrcIn();
   settings.srcOut = file.getSrcOut();
@@ -70,19 +86,22 @@ Session loadSession(const std::string& name)
   if (!command) {
     throw Failure(name, text ? "holds no session" : "no such file");
   }
-  if (const std::string problem = whyUnreadable(*command); !problem.empty()) {
-    throw Failure(name, problem);
+  CommandSettings settings;
+  readSettings(*command, settings);
+  if (!settings.problem.empty()) {
+    throw UnreadableSettings(name, settings.problem);
   }
-  const ProviderReference<TovAudioMixer> mixer(TovAudioMixer::getMasterMixer());
-  TovGlobals::ref(TovName::getString("gui.addScriptFlag"), kTovIdInteger, 0)->set("0");
-  if (TovScript::runAudio(text->c_str()) != 0) {
-    throw Failure(name, "its audio settings could not be loaded");
-  }
+  // With the names in it the mixer would open every file of every track here,
+  // long before it is known which of them are needed.
+  const BlobBytes blob = withoutNames(settings.bytes(), settings.findings);
+  const ProviderReference<TovAudioMixer> mixer(new TovAudioMixer());
+  mixer->deserializeBounded(blob.data(), blob.size(), false);
   Session session;
   session.masterGain = mixer->getMasterGain();
+  session.tracks.reserve(settings.findings.names.size());
   for (int i = 0; i < mixer->getNumTracks(); ++i) {
-    session.tracks.push_back(trackOf(*mixer->getTrack(i)));
+    session.tracks.push_back(
+        trackOf(*mixer->getTrack(i), settings.findings.names[static_cast<std::size_t>(i)]));
   }
-  mixer->clear();
   return session;
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "app/AudioCommand.h"
+#include "app/Failures.h"
 #include "app/MixerBlob.h"
 #include "app/TrackSettings.h"
 
@@ -23,7 +24,14 @@ struct Session {
  *  follow the script's name and a colon; empty where it can. */
 std::string whyUnreadable(const AudioCommand& command);
 
-/** Loads the session that a script holds through the library's script hook, as
- *  the host does.  Throws Failure where there is none or where loading would
- *  leave the mixer empty instead. */
+/** The library cannot load what a script's audio command carries; the reason is
+ *  that of whyUnreadable(). */
+class UnreadableSettings : public Failure {
+public:
+  using Failure::Failure;
+};
+
+/** Loads the session that a script holds, as the library reads it, without a
+ *  look at its files.  Throws Failure where there is none and UnreadableSettings
+ *  where loading would leave the mixer empty instead. */
 Session loadSession(const std::string& name);

@@ -2,8 +2,10 @@
 
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "app/NumberText.h"
+#include "app/SessionNames.h"
 #include "app/TimeText.h"
 #include "app/TrackText.h"
 
@@ -32,14 +34,20 @@ void printSession(const std::string& name, const MixContents& contents)
 static nlohmann::ordered_json jsonOf(const MixTrack& track)
 {
   const TrackSettings& settings = track.settings;
-  nlohmann::ordered_json object = {
-      {"file", track.entry->storedName}, {"path", track.entry->path},
-      {"found", !track.isMissing()},     {"gain", decibelsOfFactor(settings.gain)},
-      {"pan", decimalOf(settings.pan)},  {"width", decimalOf(settings.width)},
-      {"mute", settings.mute},           {"solo", settings.solo},
-      {"start", settings.start},         {"end", nullptr},
-      {"shift", settings.shift},         {"in", settings.srcIn},
-      {"out", settings.srcOut},          {"playRate", settings.playRate}};
+  nlohmann::ordered_json object = {{"file", nameForPrograms(track.entry->storedName)},
+                                   {"path", track.entry->path},
+                                   {"found", !track.isMissing()},
+                                   {"gain", decibelsOfFactor(settings.gain)},
+                                   {"pan", decimalOf(settings.pan)},
+                                   {"width", decimalOf(settings.width)},
+                                   {"mute", settings.mute},
+                                   {"solo", settings.solo},
+                                   {"start", settings.start},
+                                   {"end", nullptr},
+                                   {"shift", settings.shift},
+                                   {"in", settings.srcIn},
+                                   {"out", settings.srcOut},
+                                   {"playRate", settings.playRate}};
   if (settings.hasEnd()) {
     object["end"] = settings.end;
   }
@@ -68,5 +76,5 @@ nlohmann::ordered_json jsonOfSession(const std::string& name, const MixContents&
   return {{"file", name},
           {"format", "session"},
           {"master", decibelsOfFactor(contents.masterGain)},
-          {"tracks", tracks}};
+          {"tracks", std::move(tracks)}};
 }

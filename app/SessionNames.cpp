@@ -1,7 +1,10 @@
 #include "app/SessionNames.h"
 
 #include <algorithm>
+#include <climits>
 #include <filesystem>
+
+#include <sys/stat.h>
 
 #include "app/Failures.h"
 #include "app/OutputFile.h"
@@ -18,7 +21,7 @@ NameMapping nameMappingOfText(const std::string& option, const std::string& text
   return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
-std::string mappedName(const std::string& name, const std::vector<NameMapping>& mappings)
+std::string mappedName(std::string name, const std::vector<NameMapping>& mappings)
 {
   for (const NameMapping& mapping : mappings) {
     if (name.starts_with(mapping.from)) {
@@ -41,23 +44,52 @@ std::string folderOfScript(const std::string& script)
   return canonicalPath(targetBehindLinks(script)).parent_path().string();
 }
 
-static std::string withVariablesReplaced(const std::string& name)
+std::string withVariablesReplaced(const std::string& name)
 {
-  return TovFile::replaceEnvVars(TovName::getString(name.c_str())).c_str();
-}
-
-std::string pathOfStoredName(const std::string& storedName, const std::string& script)
-{
-  const std::string name = withVariablesReplaced(storedName);
-  if (name.empty() || fs::path(name).is_absolute()) {
+  if (name.size() >= TovFile::kMaxPath || name.find('$') == std::string::npos) {
     return name;
   }
+  std::string result;
+  // No reference reaches into the next one, so that they can be replaced one by
+  // one, as far as a path can be long.
+  for (std::size_t begin = 0; begin < name.size() && result.size() < TovFile::kMaxPath;) {
+    const std::size_t end = std::min(name.find('$', begin + 1), name.size());
+    const std::string piece = name.substr(begin, end - begin);
+    result += TovFile::replaceEnvVars(TovName::getString(piece.c_str())).c_str();
+    begin = end;
+  }
+  return result.substr(0, TovFile::kMaxPath);
+}
+
+bool isTooLongForPath(const std::string& path)
+{
+  return path.size() >= PATH_MAX;
+}
+
+static bool exists(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0;
+}
+
+SessionFolder::SessionFolder(const std::string& script) : canonicalName(folderOfScript(script))
+{
   const fs::path asWritten = fs::path(script).parent_path();
-  const std::string folder = folderOfScript(script);
-  const bool isSameFolder = canonicalPath(asWritten.empty() ? "." : asWritten) == folder;
-  const fs::path besideScript = (isSameFolder ? asWritten : fs::path(folder)) / name;
-  std::error_code error;
-  return !fs::exists(besideScript, error) && fs::exists(name, error) ? name : besideScript.string();
+  const bool isSameFolder = canonicalPath(asWritten.empty() ? "." : asWritten) == canonicalName;
+  writtenName = isSameFolder ? asWritten.string() : canonicalName;
+  if (!writtenName.empty() && writtenName.back() != '/') {
+    writtenName += '/';
+  }
+}
+
+std::string SessionFolder::pathOf(const std::string& storedName) const
+{
+  const std::string name = withVariablesReplaced(storedName);
+  if (name.empty() || name.front() == '/' || isTooLongForPath(name)) {
+    return name;
+  }
+  const std::string besideScript = writtenName + name;
+  return !exists(besideScript) && exists(name) ? name : besideScript;
 }
 
 /** The path from the folder to what lies in it or below; empty for others. */
@@ -92,6 +124,40 @@ std::string nameToStore(const std::string& path, const std::string& folder)
     throw Failure(path, "cannot be kept in a session: its path holds an environment variable");
   }
   return name;
+}
+
+/** The position at or before this one where a character of UTF-8 begins. */
+static std::size_t characterBegin(const std::string& text, std::size_t position)
+{
+  constexpr std::size_t kMostContinued = 3;
+  for (std::size_t back = 0; back <= kMostContinued && back <= position; ++back) {
+    if ((static_cast<unsigned char>(text[position - back]) & 0xC0) != 0x80) {
+      return position - back;
+    }
+  }
+  return position;
+}
+
+static constexpr std::size_t kMostShown = 512; // bytes
+
+std::string shortened(const std::string& text)
+{
+  constexpr std::size_t kEnd = kMostShown / 2 - 2;
+  if (text.size() <= kMostShown) {
+    return text;
+  }
+  return text.substr(0, characterBegin(text, kEnd)) + "..." +
+         text.substr(characterBegin(text, text.size() - kEnd));
+}
+
+std::string nameForPeople(const std::string& name)
+{
+  return withoutControlCharacters(shortened(name));
+}
+
+std::string nameForPrograms(const std::string& name)
+{
+  return isTooLongForPath(name) ? shortened(name) : name;
 }
 
 std::string withoutControlCharacters(std::string text)

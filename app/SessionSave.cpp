@@ -1,5 +1,6 @@
 #include "app/SessionSave.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -19,24 +20,25 @@
 
 /** An entry of the same session keeps its name letter by letter: the host may
  *  look for it in its own way. */
-static std::string storedNameOf(const MixTrack& track, const std::string& folder)
+static std::shared_ptr<const std::string> storedNameOf(const MixTrack& track,
+                                                       const std::string& folder)
 {
   if (!track.entry) {
-    return nameToStore(track.source->path, folder);
+    return std::make_shared<std::string>(nameToStore(track.source->path, folder));
   }
-  const bool isHere = track.entry->folder == folder;
-  return isHere || track.entry->storedName.empty() ? track.entry->storedName
-                                                   : nameToStore(track.entry->path, folder);
+  const SessionEntry& entry = *track.entry;
+  if (entry.folder == folder || entry.storedName.empty() || entry.isTooLong) {
+    return {track.entry, &entry.storedName};
+  }
+  return std::make_shared<std::string>(nameToStore(entry.path, folder));
 }
 
 static void addTrack(TovAudioMixer& mixer, const MixTrack& track, const std::string& folder)
 {
   const TrackSettings& settings = track.settings;
-  const ProviderReference<TovAudioFile> reference(new TovAudioFile());
-  TovAudioFile* const file = reference.get();
-  setFileSettings(*file, storedNameOf(track, folder), settings.playRate, settings.srcIn,
-                  settings.srcOut);
-  mixer.addProvider(file);
+  const ProviderReference<KeptInput> input(new KeptInput(storedNameOf(track, folder)));
+  setFileSettings(*input, settings.playRate, settings.srcIn, settings.srcOut);
+  mixer.addProvider(input.get());
   // The mixer's own setters search all tracks for the provider.
   TovAudioTrack& last = *mixer.getTrack(mixer.getNumTracks() - 1);
   last.setGain(settings.gain);
@@ -63,14 +65,14 @@ static void checkBlob(const BlobBytes& blob, int tracks, const std::string& scri
   }
 }
 
-/** The settings that a command carries. */
-static BlobBytes settingsIn(const AudioCommand& command)
+/** Whether a command carries these settings. */
+static bool areSettingsIn(const AudioCommand& command, const BlobBytes& blob)
 {
   TovBuffer buffer;
-  if (!command.argument || TovCompressor::decompressString(command.argument->c_str(), buffer)) {
-    return BlobBytes();
-  }
-  return BlobBytes(buffer.getData(), buffer.getData() + buffer.getSize());
+  return command.argument &&
+         TovCompressor::decompressString(command.argument->c_str(), buffer) == 0 &&
+         std::equal(blob.begin(), blob.end(), buffer.getData(),
+                    buffer.getData() + buffer.getSize());
 }
 
 /** A whole line with the audio command, as the library's hook gives it. */
@@ -82,12 +84,12 @@ static std::string audioLine(const MixContents& contents, const std::string& scr
   for (const MixTrack& track : contents.tracks) {
     addTrack(*mixer, track, folder);
   }
-  const BlobBytes blob = blobOf(*mixer);
   const std::string line = TovScript::audioToString().c_str();
+  const BlobBytes blob = blobOf(*mixer);
   mixer->clear();
   checkBlob(blob, static_cast<int>(contents.tracks.size()), script);
   const std::optional<AudioCommand> command = findAudioCommand(line);
-  if (!command || settingsIn(*command) != blob) {
+  if (!command || !areSettingsIn(*command, blob)) {
     throw Failure(script, "the mix cannot be kept: its settings are too large to be read back");
   }
   return line;

@@ -8,6 +8,7 @@
 #include "app/FileSuffix.h"
 #include "app/ForeignSounds.h"
 #include "app/RefusalReason.h"
+#include "app/SessionNames.h"
 #include "app/SoundExtent.h"
 #include "core/TovFile.h"
 #include "io/TovAiffReader.h"
@@ -18,11 +19,11 @@
  *  name that is a file as it stands must not turn into another one. */
 static std::string resolvedPath(const std::string& name)
 {
-  const std::string replaced = TovFile::replaceEnvVars(TovName::getString(name.c_str())).c_str();
+  const std::string replaced = withVariablesReplaced(name);
   struct stat status = {};
   if (replaced != name && stat(name.c_str(), &status) == 0) {
     throw Failure(name, "its name holds an environment variable, which would be replaced by \"" +
-                            replaced + "\"; rename the file");
+                            shortened(replaced) + "\"; rename the file");
   }
   return replaced;
 }
@@ -118,10 +119,13 @@ static void describeForeign(SourceFile& source)
   refuseForeignThatIsCutShort(source);
 }
 
-static long long sizeOfFile(const std::string& path)
+static long long sizeOfFile(const SourceFile& source)
 {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
+  if (stat(source.path.c_str(), &status) != 0) {
+    throw Failure(source.name, refusalReason(source.path));
+  }
+  return status.st_size;
 }
 
 SourceFile openSource(const std::string& name)
@@ -129,7 +133,7 @@ SourceFile openSource(const std::string& name)
   SourceFile source = {};
   source.name = name;
   source.path = resolvedPath(name);
-  source.fileBytes = sizeOfFile(source.path);
+  source.fileBytes = sizeOfFile(source);
   source.whyForeign = whyForeign(source.path);
   const std::unique_ptr<TovAudioReader> reader = openReader(source);
   if (reader->getFileSpec(&source.format) != 0) {
