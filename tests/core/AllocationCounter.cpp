@@ -30,7 +30,7 @@ void* take(std::size_t bytes) noexcept
     return nullptr;
   ++allocationCount;
   heldCount.fetch_add(1, std::memory_order_relaxed);
-  return std::malloc(bytes ? bytes : 1);
+  return std::malloc(bytes);
 }
 
 void* takeAligned(std::size_t bytes, std::align_val_t alignment) noexcept
@@ -41,13 +41,6 @@ void* takeAligned(std::size_t bytes, std::align_val_t alignment) noexcept
   heldCount.fetch_add(1, std::memory_order_relaxed);
   const std::size_t boundary = static_cast<std::size_t>(alignment);
   return std::aligned_alloc(boundary, (bytes / boundary + 1) * boundary);
-}
-
-void* orThrow(void* block)
-{
-  if (!block)
-    throw std::bad_alloc();
-  return block;
 }
 
 // Volatile, or the compiler would leave out what writes to a dying block.
@@ -67,27 +60,7 @@ void give(void* block) noexcept
 
 } // namespace
 
-// All forms are replaced: the ones left out would not reach these under a
-// sanitizer, which brings its own.
-void* operator new(std::size_t bytes) { return orThrow(take(bytes)); }
-void* operator new[](std::size_t bytes) { return orThrow(take(bytes)); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
-void* operator new(std::size_t bytes, std::align_val_t a) { return orThrow(takeAligned(bytes, a)); }
-void* operator new[](std::size_t bytes, std::align_val_t a)
-{
-  return orThrow(takeAligned(bytes, a));
-}
-void operator delete(void* block) noexcept { give(block); }
-void operator delete[](void* block) noexcept { give(block); }
-void operator delete(void* block, std::size_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t) noexcept { give(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete(void* block, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { give(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { give(block); }
+#include "tests/support/AllocationOperators.h"
 
 namespace support {
 

@@ -109,21 +109,9 @@ void* takeAligned(std::size_t boundary, std::size_t bytes)
                                           : __libc_memalign(boundary, bytes));
 }
 
-void* orThrow(void* block)
-{
-  if (!block)
-    throw std::bad_alloc();
-  return block;
-}
-
-std::size_t atLeastOne(std::size_t bytes)
-{
-  return bytes ? bytes : 1;
-}
-
 void* takeAligned(std::size_t bytes, std::align_val_t alignment)
 {
-  return takeAligned(static_cast<std::size_t>(alignment), atLeastOne(bytes));
+  return takeAligned(static_cast<std::size_t>(alignment), bytes);
 }
 
 } // namespace
@@ -178,33 +166,7 @@ TOV_EXPORTED void free(void* block) noexcept
 
 } // extern "C"
 
-// All forms are replaced: the ones left out would not reach these under a
-// sanitizer, which brings its own.
-void* operator new(std::size_t bytes) { return orThrow(take(atLeastOne(bytes))); }
-void* operator new[](std::size_t bytes) { return orThrow(take(atLeastOne(bytes))); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
-{
-  return take(atLeastOne(bytes));
-}
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept
-{
-  return take(atLeastOne(bytes));
-}
-void* operator new(std::size_t bytes, std::align_val_t a) { return orThrow(takeAligned(bytes, a)); }
-void* operator new[](std::size_t bytes, std::align_val_t a)
-{
-  return orThrow(takeAligned(bytes, a));
-}
-void operator delete(void* block) noexcept { give(block); }
-void operator delete[](void* block) noexcept { give(block); }
-void operator delete(void* block, std::size_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t) noexcept { give(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete(void* block, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { give(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { give(block); }
+#include "tests/support/AllocationOperators.h"
 
 namespace support {
 

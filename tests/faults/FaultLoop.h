@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -57,6 +58,10 @@ public:
 
   /** Whether all points take so long that an ordinary run picks a tenth. */
   virtual bool isLong() const { return false; }
+
+  /** Blocks of memory that an attempt leaves and is to leave; fewer of them
+   *  where the fault came. */
+  virtual std::size_t blocksLeftOnPurpose() const { return 0; }
 };
 
 /** A scenario and the kind of fault that it is repeated with. */

@@ -28,6 +28,7 @@ public:
   TovAudioFile& file(std::size_t index) { return *files[index]; }
 
   int activate() { return resampler->activate(context); }
+  int deactivate() { return resampler->deactivate(); }
 
   /** The frames [first, end), from that of the buffers on. */
   int render(Buffers& buffers, long long first, long long end)

@@ -7,10 +7,12 @@
 #include "graph/TovAudioMixer.h"
 #include "tests/faults/FaultLoop.h"
 #include "tests/faults/SoundFiles.h"
+#include "tests/faults/WholeBlob.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Messages.h"
 #include "tests/support/Owned.h"
 #include "tests/support/ProviderLocks.h"
+#include "tests/support/Setting.h"
 #include "tests/support/SettingsBlobs.h"
 
 namespace {
@@ -29,14 +31,17 @@ public:
     return file;
   }
 
+  static float gain(int index) { return 0.5f + static_cast<float>(index); }
+  static double startTime(int index) { return 1.25 * index; }
+
   /** Fills a mixer and gives every track settings of its own. */
   void fill(TovAudioMixer& mixer) const
   {
     for (int i = 0; i < kCount; ++i) {
       const Owned<TovAudioFile> file = open(i);
       EXPECT_EQ(mixer.addProvider(file.get()), 0);
-      mixer.setGain(file.get(), 0.5f + static_cast<float>(i));
-      mixer.setStartTime(file.get(), 1.25 * i);
+      mixer.setGain(file.get(), gain(i));
+      mixer.setStartTime(file.get(), startTime(i));
     }
   }
 
@@ -135,14 +140,8 @@ public:
   void attempt(Attempt& attempt) override
   {
     files.fill(*mixer);
-    void* out = nullptr;
-    int length = -99;
-    attempt.under([&] { length = mixer->serialize(&out); });
+    serializeWhollyOrNot(attempt, *mixer, blob);
     EXPECT_FALSE(isLockHeld(*mixer));
-    const std::unique_ptr<unsigned char[]> owned(static_cast<unsigned char*>(out));
-    if (out) {
-      EXPECT_EQ(std::vector<std::uint8_t>(owned.get(), owned.get() + length), blob);
-    }
     EXPECT_EQ(serialized(*mixer), blob);
     mixer->clear();
   }
@@ -244,6 +243,73 @@ private:
   const std::string text = scriptText(blob);
 };
 
+/** Behind the tracks that are there, whose settings stay. */
+class LoadingBehind : public WithMasterMixer {
+public:
+  LoadingBehind()
+  {
+    addScript.set("1");
+    fillMixer();
+    load();
+    all = serialized(*mixer);
+    mixer->clear();
+  }
+
+  void attempt(Attempt& attempt) override
+  {
+    Messages messages;
+    const int references = referenceCount(*mixer);
+    fillMixer();
+    const bool isDone = attempt.under([&] { load(); });
+    EXPECT_FALSE(isLockHeld(*mixer));
+    expectTracksBefore(isDone);
+    if (isDone) {
+      EXPECT_EQ(serialized(*mixer), all) << "the settings were lost, and nobody was told";
+    }
+    mixer->clear();
+    fillMixer();
+    {
+      Listener listener(*mixer);
+      load();
+      EXPECT_EQ(listener.take(), 1);
+    }
+    EXPECT_EQ(serialized(*mixer), all);
+    mixer->clear();
+    while (referenceCount(*mixer) > references) // every load keeps one on purpose
+      mixer->dereference();
+  }
+
+private:
+  static constexpr float kGain = 3.0f;
+
+  void fillMixer() const
+  {
+    files.fill(*mixer);
+    mixer->setMasterGain(kGain);
+  }
+
+  void load() const { TovAudioMixer::loadAudioStatic(text.c_str()); }
+
+  void expectTracksBefore(bool isDone) const
+  {
+    EXPECT_EQ(mixer->getMasterGain(), kGain);
+    const int most = 2 * TwoFiles::kCount;
+    ASSERT_GE(mixer->getNumTracks(), isDone ? most : TwoFiles::kCount);
+    ASSERT_LE(mixer->getNumTracks(), most);
+    for (int i = 0; i < mixer->getNumTracks(); ++i)
+      EXPECT_FALSE(isLockHeld(*mixer->getTrack(i)->getProvider()));
+    for (int i = 0; i < TwoFiles::kCount; ++i) {
+      EXPECT_EQ(mixer->getTrack(i)->getGain(), TwoFiles::gain(i));
+      EXPECT_EQ(mixer->getTrack(i)->getStartTime(), TwoFiles::startTime(i));
+      EXPECT_EQ(static_cast<TovAudioFile*>(mixer->getTrack(i)->getProvider())->hasError(), 0);
+    }
+  }
+
+  Setting addScript = Setting("gui.addScriptFlag", kTovIdInteger, "0");
+  const std::string text = scriptText(blob);
+  std::vector<std::uint8_t> all;
+};
+
 /** A file provider's own settings. */
 class LoadingFile : public Scenario {
 public:
@@ -283,6 +349,7 @@ INSTANTIATE_TEST_SUITE_P(
          faultCases<SavingToString>("SaveToString", {Allocation}),
          faultCases<SavingToFile>("SaveToFile", {Write, Open, Close, Allocation}),
          faultCases<Loading>("Load", {Read, Seek, Open, Close, Allocation}),
+         faultCases<LoadingBehind>("LoadBehind", {Read, Seek, Open, Close, Allocation}),
          faultCases<LoadingFile>("LoadFile", {Read, Seek, Open, Close, Allocation})})),
     caseName);
 

@@ -136,15 +136,21 @@ public:
     Buffers buffers(2, kFrames);
     int activated = -99;
     int beginning = -99;
+    int deactivated = -99;
+    int activatedAgain = -99;
     int whole = -99;
     const bool isDone = attempt.under([&] {
       activated = mix.activate();
       beginning = mix.render(small, 0, kFrames / 3);
+      deactivated = mix.deactivate();
+      activatedAgain = mix.activate();         // only now are the files closed
       whole = mix.render(buffers, 0, kFrames); // which needs larger buffers
     });
     mix.expectLocksFree();
     EXPECT_TRUE(buffers.guardsIntact() && small.guardsIntact());
     EXPECT_TRUE(!isDone || activated == 0) << activated;
+    EXPECT_TRUE(!isDone || deactivated == 0) << deactivated;
+    EXPECT_TRUE(!isDone || activatedAgain == 0) << activatedAgain;
     EXPECT_TRUE(!isDone || beginning == 0 || beginning == 5) << beginning;
     EXPECT_TRUE(!isDone || whole == 0 || whole == 5) << whole;
     if (isDone) {
@@ -178,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(joined({faultCases<FileProvider>("OpenFileProvider",
                                                        {Read, Seek, Open, Close, Allocation}),
                               faultCases<Rendering>("RenderMix",
-                                                    {Read, Seek, Open, Allocation})})),
+                                                    {Read, Seek, Open, Close, Allocation})})),
     caseName);
 
 } // namespace

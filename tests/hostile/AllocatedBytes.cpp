@@ -25,20 +25,13 @@ void* counted(void* block) noexcept
 
 void* take(std::size_t bytes) noexcept
 {
-  return counted(std::malloc(bytes ? bytes : 1));
+  return counted(std::malloc(bytes));
 }
 
 void* takeAligned(std::size_t bytes, std::align_val_t alignment) noexcept
 {
   const std::size_t boundary = static_cast<std::size_t>(alignment);
   return counted(std::aligned_alloc(boundary, (bytes / boundary + 1) * boundary));
-}
-
-void* orThrow(void* block)
-{
-  if (!block)
-    throw std::bad_alloc();
-  return block;
 }
 
 void give(void* block) noexcept
@@ -51,27 +44,7 @@ void give(void* block) noexcept
 
 } // namespace
 
-// All forms are replaced: the ones left out would not reach these under a
-// sanitizer, which brings its own.
-void* operator new(std::size_t bytes) { return orThrow(take(bytes)); }
-void* operator new[](std::size_t bytes) { return orThrow(take(bytes)); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return take(bytes); }
-void* operator new(std::size_t bytes, std::align_val_t a) { return orThrow(takeAligned(bytes, a)); }
-void* operator new[](std::size_t bytes, std::align_val_t a)
-{
-  return orThrow(takeAligned(bytes, a));
-}
-void operator delete(void* block) noexcept { give(block); }
-void operator delete[](void* block) noexcept { give(block); }
-void operator delete(void* block, std::size_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t) noexcept { give(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { give(block); }
-void operator delete(void* block, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { give(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { give(block); }
+#include "tests/support/AllocationOperators.h"
 
 namespace support {
 

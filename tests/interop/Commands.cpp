@@ -18,13 +18,17 @@ std::vector<std::int32_t> littleEndian32(const std::vector<std::uint8_t>& bytes)
   return codes;
 }
 
-/** The sound as bare 32-bit numbers, for a command to read. */
-std::string writeRaw(const TempFolder& folder, const IntegerSound& sound)
+/** The sounds, one behind the other, as bare 32-bit numbers for a command to
+ *  read. */
+std::string writeRaw(const TempFolder& folder, const std::string& name,
+                     const std::vector<IntegerSound>& sounds)
 {
   Bytes bytes;
-  for (const std::int32_t code : interleaved32(sound))
-    bytes.u32le(static_cast<std::uint32_t>(code));
-  return folder.write("in.raw", bytes);
+  for (const IntegerSound& sound : sounds) {
+    for (const std::int32_t code : interleaved32(sound))
+      bytes.u32le(static_cast<std::uint32_t>(code));
+  }
+  return folder.write(name, bytes);
 }
 
 /** Fields of the file's stream, separated by commas. */
@@ -38,6 +42,35 @@ std::string probe(const std::string& path, const std::string& fields)
 void append(std::vector<std::string>& arguments, const std::vector<std::string>& more)
 {
   arguments.insert(arguments.end(), more.begin(), more.end());
+}
+
+/** From the sounds, which differ in nothing but their lengths, to a file. */
+std::vector<std::string> soxArguments(const TempFolder& folder,
+                                      const std::vector<IntegerSound>& sounds,
+                                      const std::vector<std::string>& options,
+                                      const std::string& path)
+{
+  const IntegerSound& first = sounds.at(0);
+  std::vector<std::string> arguments = {"sox", "-D", "-t", "raw"};
+  append(arguments, {"-e", "signed-integer", "-b", "32", "-L"});
+  append(arguments, {"-r", std::to_string(first.rate), "-c", std::to_string(first.channelCount())});
+  append(arguments, {writeRaw(folder, "in.raw", sounds), "-b", std::to_string(first.bits)});
+  append(arguments, options);
+  arguments.push_back(path);
+  return arguments;
+}
+
+std::vector<std::string> ffmpegInput(const IntegerSound& sound, const std::string& raw)
+{
+  return {"-f", "s32le", "-ar", std::to_string(sound.rate), "-ac",
+          std::to_string(sound.channelCount()), "-i", raw};
+}
+
+/** "file001.wav" for "file.wav" and 1. */
+std::string numbered(const std::string& name, std::size_t number)
+{
+  const std::string digits = std::to_string(1000 + number).substr(1);
+  return std::string(name).insert(name.rfind('.'), digits);
 }
 
 } // namespace
@@ -80,41 +113,75 @@ CommandReading readByFfmpeg(const TempFolder& folder, const std::string& name)
 std::string writeBySox(const TempFolder& folder, const std::string& name, const IntegerSound& sound,
                        const std::vector<std::string>& options)
 {
-  std::vector<std::string> arguments = {"sox",
-                                        "-D",
-                                        "-t",
-                                        "raw",
-                                        "-e",
-                                        "signed-integer",
-                                        "-b",
-                                        "32",
-                                        "-L",
-                                        "-r",
-                                        std::to_string(sound.rate),
-                                        "-c",
-                                        std::to_string(sound.channelCount()),
-                                        writeRaw(folder, sound),
-                                        "-b",
-                                        std::to_string(sound.bits)};
-  append(arguments, options);
-  arguments.push_back(folder.path(name));
-  runOrThrow(arguments);
+  runOrThrow(soxArguments(folder, {sound}, options, folder.path(name)));
   return folder.path(name);
 }
 
 std::string writeByFfmpeg(const TempFolder& folder, const std::string& name,
                           const IntegerSound& sound, const std::vector<std::string>& options)
 {
-  std::vector<std::string> arguments = {"ffmpeg", "-v",
-                                        "error",  "-y",
-                                        "-f",     "s32le",
-                                        "-ar",    std::to_string(sound.rate),
-                                        "-ac",    std::to_string(sound.channelCount()),
-                                        "-i",     writeRaw(folder, sound)};
+  std::vector<std::string> arguments = {"ffmpeg", "-v", "error", "-y"};
+  append(arguments, ffmpegInput(sound, writeRaw(folder, "in.raw", {sound})));
   append(arguments, options);
   arguments.push_back(folder.path(name));
   runOrThrow(arguments);
   return folder.path(name);
+}
+
+std::vector<std::string> writeAllBySox(const TempFolder& folder, const std::string& name,
+                                       const std::vector<IntegerSound>& sounds,
+                                       const std::vector<std::string>& options)
+{
+  std::vector<std::string> arguments = soxArguments(folder, sounds, options, folder.path(name));
+  std::vector<std::string> paths;
+  for (const IntegerSound& sound : sounds) {
+    if (!paths.empty())
+      append(arguments, {":", "newfile", ":"});
+    append(arguments, {"trim", "0", std::to_string(sound.frames()) + "s"});
+    paths.push_back(folder.path(numbered(name, paths.size() + 1)));
+  }
+  runOrThrow(arguments);
+  return paths;
+}
+
+std::vector<std::string> writeAllByFfmpeg(const TempFolder& folder, const std::string& name,
+                                          const std::vector<std::vector<IntegerSound>>& groups,
+                                          const std::vector<std::string>& options)
+{
+  std::vector<std::string> arguments = {"ffmpeg", "-v", "error", "-y"};
+  std::vector<std::string> outputs;
+  std::vector<std::string> paths;
+  for (std::size_t input = 0; input < groups.size(); ++input) {
+    const std::vector<IntegerSound>& sounds = groups[input];
+    const std::string raw = writeRaw(folder, numbered("in.raw", input), sounds);
+    append(arguments, ffmpegInput(sounds.at(0), raw));
+    long long first = 0;
+    for (const IntegerSound& sound : sounds) {
+      const long long end = first + sound.frames();
+      append(outputs, {"-map", std::to_string(input), "-af",
+                       "atrim=start_sample=" + std::to_string(first) +
+                           ":end_sample=" + std::to_string(end)});
+      first = end;
+      append(outputs, options);
+      paths.push_back(folder.path(numbered(name, paths.size())));
+      outputs.push_back(paths.back());
+    }
+  }
+  append(arguments, outputs);
+  runOrThrow(arguments);
+  return paths;
+}
+
+std::string writeByFfmpegIntoPipe(const TempFolder& folder, const std::string& name,
+                                  const IntegerSound& sound,
+                                  const std::vector<std::string>& options)
+{
+  std::vector<std::string> arguments = {"ffmpeg", "-v", "error"};
+  append(arguments, ffmpegInput(sound, writeRaw(folder, "in.raw", {sound})));
+  append(arguments, options);
+  arguments.push_back("pipe:1");
+  const std::string out = runOrThrow(arguments).out;
+  return folder.write(name, std::vector<std::uint8_t>(out.begin(), out.end()));
 }
 
 } // namespace support

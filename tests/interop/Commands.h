@@ -29,4 +29,20 @@ std::string writeBySox(const TempFolder& folder, const std::string& name, const 
 std::string writeByFfmpeg(const TempFolder& folder, const std::string& name,
                           const IntegerSound& sound, const std::vector<std::string>& options);
 
+/** The same for many sounds of one channel count, sample size and rate, by one
+ *  process: to start one takes longer than to write a file.  The files get
+ *  numbers behind their name.  ffmpeg takes groups of different rates. */
+std::vector<std::string> writeAllBySox(const TempFolder& folder, const std::string& name,
+                                       const std::vector<IntegerSound>& sounds,
+                                       const std::vector<std::string>& options);
+std::vector<std::string> writeAllByFfmpeg(const TempFolder& folder, const std::string& name,
+                                          const std::vector<std::vector<IntegerSound>>& groups,
+                                          const std::vector<std::string>& options);
+
+/** One sound into a pipe, where it cannot go back to the sizes in the header;
+ *  @p options tell the container. */
+std::string writeByFfmpegIntoPipe(const TempFolder& folder, const std::string& name,
+                                  const IntegerSound& sound,
+                                  const std::vector<std::string>& options);
+
 } // namespace support

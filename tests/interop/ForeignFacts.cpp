@@ -1,6 +1,7 @@
 #include "tests/interop/ForeignFacts.h"
 
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -30,9 +31,18 @@ int bitsOf(int sndfileFormat)
   }
 }
 
-long long numberBySox(const std::string& path, const char* option)
+/** One for each file. */
+std::vector<long long> numbersBySox(const std::vector<std::string>& paths, const char* option)
 {
-  return std::stoll(runOrThrow({"sox", "--i", option, path}).out);
+  std::vector<std::string> arguments = {"sox", "--i", option};
+  arguments.insert(arguments.end(), paths.begin(), paths.end());
+  std::istringstream lines(runOrThrow(arguments).out);
+  std::vector<long long> numbers;
+  for (std::string line; std::getline(lines, line);)
+    numbers.push_back(std::stoll(line));
+  if (numbers.size() != paths.size())
+    throw std::runtime_error(std::string("sox told no ") + option + " of a file");
+  return numbers;
 }
 
 } // namespace
@@ -45,8 +55,20 @@ void PrintTo(const Facts& facts, std::ostream* stream)
 
 Facts factsBySox(const std::string& path)
 {
-  return {static_cast<int>(numberBySox(path, "-r")), static_cast<int>(numberBySox(path, "-c")),
-          static_cast<int>(numberBySox(path, "-b")), numberBySox(path, "-s")};
+  return factsBySox(std::vector{path}).at(0);
+}
+
+std::vector<Facts> factsBySox(const std::vector<std::string>& paths)
+{
+  const std::vector<long long> rates = numbersBySox(paths, "-r");
+  const std::vector<long long> channels = numbersBySox(paths, "-c");
+  const std::vector<long long> bits = numbersBySox(paths, "-b");
+  const std::vector<long long> frames = numbersBySox(paths, "-s");
+  std::vector<Facts> facts;
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    facts.push_back({static_cast<int>(rates[i]), static_cast<int>(channels[i]),
+                     static_cast<int>(bits[i]), frames[i]});
+  return facts;
 }
 
 Facts factsByFfprobe(const std::string& path)
@@ -64,6 +86,20 @@ Facts factsByFfprobe(const std::string& path)
   };
   return {static_cast<int>(number("sample_rate")), static_cast<int>(number("channels")),
           static_cast<int>(number("bits_per_sample")), number("duration_ts")};
+}
+
+std::optional<Facts> factsBySoxIfRead(const std::string& path)
+{
+  if (run({"sox", "--i", path}).exitCode != 0)
+    return std::nullopt;
+  return factsBySox(path);
+}
+
+std::optional<Facts> factsByFfprobeIfRead(const std::string& path)
+{
+  if (run({"ffprobe", "-v", "error", path}).exitCode != 0)
+    return std::nullopt;
+  return factsByFfprobe(path);
 }
 
 Facts factsBySndfile(const std::string& path)

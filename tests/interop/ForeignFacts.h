@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace support {
 
@@ -17,7 +19,13 @@ struct Facts {
 void PrintTo(const Facts& facts, std::ostream* stream);
 
 Facts factsBySox(const std::string& path);
+std::vector<Facts> factsBySox(const std::vector<std::string>& paths); ///< by few processes
 Facts factsByFfprobe(const std::string& path);
+
+/** The same; none where the program refuses the file. */
+std::optional<Facts> factsBySoxIfRead(const std::string& path);
+std::optional<Facts> factsByFfprobeIfRead(const std::string& path);
+
 Facts factsBySndfile(const std::string& path);
 
 /** Of the library; all 0 where it does not handle the file. */

@@ -5,20 +5,39 @@
 #include <gtest/gtest.h>
 
 #include "tests/kernels/KernelSets.h"
+#include "tests/kernels/TightRoom.h"
 
 namespace {
 
-constexpr float kUntouched = 9.0f;
+using support::TightRoom;
 
-/** One conversion with random bytes, samples, length and alignment. */
+constexpr float kUntouched = 9.0f;
+constexpr long long kMostFrames = 200;
+constexpr int kMostChannels = 3;
+
+/** Where the arrays of one conversion lie, one set after the other. */
+struct Rooms {
+  static constexpr std::size_t kMostBytes = kMostFrames * kMostChannels * 4 + 4;
+  TightRoom bytes{kMostBytes};
+  TightRoom left{kMostBytes};
+  TightRoom right{kMostBytes};
+  TightRoom firstResult{kMostBytes};
+  TightRoom secondResult{kMostBytes};
+};
+
+/** One conversion with random bytes, samples, length and alignment.  Every array
+ *  is of exactly its length, at one of its ends; one that begins at its page is
+ *  the one with an alignment. */
 class Case {
 public:
-  explicit Case(std::mt19937& random)
-      : encoding(static_cast<unsigned int>(random() % 10)), order(static_cast<unsigned int>(random() % 2)), channels(static_cast<int>(1 + random() % 3)),
-        frames(static_cast<long long>(random() % 200)), offset(random() % 4)
+  explicit Case(std::mt19937& random, TightRoom::Tight whereTight)
+      : encoding(static_cast<unsigned int>(random() % 10)), order(static_cast<unsigned int>(random() % 2)),
+        channels(static_cast<int>(1 + random() % kMostChannels)),
+        frames(static_cast<long long>(random() % kMostFrames)), offset(random() % 4),
+        tight(whereTight)
   {
     bytesPerSample = TovKernels::plain.conversion[encoding].bytesPerSample;
-    bytes.resize(offset + static_cast<std::size_t>(frames * channels * bytesPerSample) + 1);
+    bytes.resize(offset + static_cast<std::size_t>(frames * channels * bytesPerSample));
     for (unsigned char& byte : bytes)
       byte = static_cast<unsigned char>(random());
     left = support::samples(random, frames, true);
@@ -31,19 +50,30 @@ public:
     std::vector<std::vector<unsigned char>> encoded;
   };
 
-  Result run(const TovKernels& set) const
+  Result run(const TovKernels& set, Rooms& rooms) const
   {
     const TovKernels::Conversion& kernels = set.conversion[encoding];
-    const std::vector<float> blank(static_cast<std::size_t>(frames) + 1, kUntouched);
+    const std::vector<float> blank(left.size(), kUntouched);
     const long long stride = channels * bytesPerSample;
-    Result result{{blank, blank, blank}, {bytes, bytes}};
-    kernels.decode[order](result.decoded[0].data(), bytes.data() + offset, stride, frames);
-    kernels.encode[order](result.encoded[0].data() + offset, stride, left.data(), frames);
+    const unsigned char* const from = rooms.bytes.take(bytes, tight) + offset;
+    const float* const fromLeft = rooms.left.take(left, tight);
+    const float* const fromRight = rooms.right.take(right, tight);
+    Result result;
+    float* const decoded = rooms.firstResult.take(blank, tight);
+    kernels.decode[order](decoded, from, stride, frames);
+    result.decoded.emplace_back(decoded, decoded + frames);
+    unsigned char* const encoded = rooms.firstResult.take(bytes, tight);
+    kernels.encode[order](encoded + offset, stride, fromLeft, frames);
+    result.encoded.emplace_back(encoded, encoded + bytes.size());
     if (channels == 2) {
-      kernels.decodeStereo[order](result.decoded[1].data(), result.decoded[2].data(),
-                                  bytes.data() + offset, frames);
-      kernels.encodeStereo[order](result.encoded[1].data() + offset, left.data(), right.data(),
-                                  frames);
+      float* const decodedLeft = rooms.firstResult.take(blank, tight);
+      float* const decodedRight = rooms.secondResult.take(blank, tight);
+      kernels.decodeStereo[order](decodedLeft, decodedRight, from, frames);
+      result.decoded.emplace_back(decodedLeft, decodedLeft + frames);
+      result.decoded.emplace_back(decodedRight, decodedRight + frames);
+      unsigned char* const encodedStereo = rooms.firstResult.take(bytes, tight);
+      kernels.encodeStereo[order](encodedStereo + offset, fromLeft, fromRight, frames);
+      result.encoded.emplace_back(encodedStereo, encodedStereo + bytes.size());
     }
     return result;
   }
@@ -60,6 +90,7 @@ private:
   int channels;
   long long frames;
   std::size_t offset;
+  TightRoom::Tight tight;
   int bytesPerSample = 0;
   std::vector<unsigned char> bytes;
   std::vector<float> left;
@@ -69,13 +100,15 @@ private:
 TEST(ConversionKernels, GiveThePlainBits)
 {
   std::mt19937 random(3);
+  Rooms rooms;
   const long long cases = support::samplesWanted(2000000, 100000000) / 100;
   for (long long i = 0; i < cases; ++i) {
-    const Case conversion(random);
-    const Case::Result expected = conversion.run(TovKernels::plain);
+    const Case conversion(random, i % 2 ? TightRoom::Tight::AtStart : TightRoom::Tight::AtEnd);
+    const Case::Result expected = conversion.run(TovKernels::plain, rooms);
     for (const TovKernels* const set : support::fastSets()) {
-      const Case::Result got = conversion.run(*set);
+      const Case::Result got = conversion.run(*set, rooms);
       ASSERT_EQ(expected.encoded, got.encoded) << set->name << ", " << conversion.name();
+      ASSERT_EQ(expected.decoded.size(), got.decoded.size());
       for (std::size_t k = 0; k < expected.decoded.size(); ++k)
         ASSERT_EQ(0, std::memcmp(expected.decoded[k].data(), got.decoded[k].data(),
                                  expected.decoded[k].size() * sizeof(float)))

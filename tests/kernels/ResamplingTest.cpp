@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -9,8 +10,14 @@
 
 #include "pcm/TovPcm.h"
 #include "tests/kernels/KernelSets.h"
+#include "tests/support/GuardedBlock.h"
 
 namespace {
+
+using support::GuardedBlock;
+using Tight = GuardedBlock::Tight;
+
+constexpr Tight kTights[] = {Tight::AtEnd, Tight::AtStart};
 
 TovKernels::Resampling request(int quality, int inRate, int outRate, float phase)
 {
@@ -24,39 +31,79 @@ TovKernels::Resampling request(int quality, int inRate, int outRate, float phase
           .handles = TovPcm::resamplerHandles(quality, outRate, inRate)};
 }
 
-/** The inputs of one request, each in a block of its own that ends with the
- *  last frame that the plain loop may read, so that sanitizers see more. */
-class Inputs {
+/** Channels of one length, with a page at one end of each that nobody may touch,
+ *  and another right behind the list of them. */
+class Channels {
 public:
-  Inputs(std::mt19937& random, int channels, const TovKernels::Resampling& r, long long frames)
+  Channels(int count, long long length, Tight whereTight)
+      : frames(static_cast<std::size_t>(length)),
+        list(static_cast<std::size_t>(count) * sizeof(float*), Tight::AtEnd)
   {
-    const double last = r.phase + static_cast<double>(frames) * r.step;
-    const long long count = static_cast<long long>(last) + 2 + 2 * r.handles;
-    for (int i = 0; i < channels; ++i) {
-      blocks.push_back(support::samples(random, count, false));
-      pointers.push_back(blocks.back().data() + r.handles);
+    for (int i = 0; i < count; ++i) {
+      blocks.push_back(std::make_unique<GuardedBlock>(frames * sizeof(float), whereTight));
+      pointers()[i] = blocks.back()->floats();
     }
   }
 
-  const float* const* get() const { return pointers.data(); }
+  float** pointers() const { return static_cast<float**>(list.data()); }
+
+  void fill(int channel, const std::vector<float>& samples) const
+  {
+    std::copy(samples.begin(), samples.end(), blocks[static_cast<std::size_t>(channel)]->floats());
+  }
+
+  std::vector<std::vector<float>> copied() const
+  {
+    std::vector<std::vector<float>> copies;
+    for (const std::unique_ptr<GuardedBlock>& block : blocks)
+      copies.emplace_back(block->floats(), block->floats() + frames);
+    return copies;
+  }
 
 private:
-  std::vector<std::vector<float>> blocks;
-  std::vector<const float*> pointers;
+  std::size_t frames;
+  GuardedBlock list;
+  std::vector<std::unique_ptr<GuardedBlock>> blocks;
+};
+
+/** The inputs of one request, of which each ends with the last frame that the
+ *  plain loop may read. */
+class Inputs {
+public:
+  Inputs(std::mt19937& random, int channels, const TovKernels::Resampling& r, long long frames,
+         Tight whereTight)
+      : length(lengthOf(r, frames)), tight(whereTight), blocks(channels, length, tight)
+  {
+    for (int i = 0; i < channels; ++i) {
+      blocks.fill(i, support::samples(random, length, false));
+      blocks.pointers()[i] += r.handles;
+    }
+  }
+
+  const float* const* get() const { return blocks.pointers(); }
+  Tight whereTight() const { return tight; }
+
+private:
+  static long long lengthOf(const TovKernels::Resampling& r, long long frames)
+  {
+    const double last = r.phase + static_cast<double>(frames) * r.step;
+    return static_cast<long long>(last) + 2 + 2 * r.handles;
+  }
+
+  long long length;
+  Tight tight;
+  Channels blocks;
 };
 
 std::vector<std::vector<float>> resampled(const TovKernels& set, const TovKernels::Resampling& r,
                                           const Inputs& inputs, int channels, long long frames)
 {
-  std::vector<std::vector<float>> outputs;
-  std::vector<float*> pointers;
+  const Channels outputs(channels, frames, inputs.whereTight());
   for (int i = 0; i < channels; ++i)
-    outputs.emplace_back(static_cast<std::size_t>(frames) + 1, -7.0f);
-  for (std::vector<float>& output : outputs)
-    pointers.push_back(output.data());
-  (r.outRate >= r.inRate ? set.resampleUp : set.resampleDown)(pointers.data(), inputs.get(),
+    outputs.fill(i, std::vector<float>(static_cast<std::size_t>(frames), -7.0f));
+  (r.outRate >= r.inRate ? set.resampleUp : set.resampleDown)(outputs.pointers(), inputs.get(),
                                                               channels, r, frames);
-  return outputs;
+  return outputs.copied();
 }
 
 bool areSameBits(const std::vector<float>& a, const std::vector<float>& b)
@@ -86,7 +133,7 @@ TEST(ResamplingKernels, GiveThePlainBits)
     const float phase = random() % 4 ? std::generate_canonical<float, 20>(random) : 0.0f;
     const int channels = static_cast<int>(1 + random() % 3);
     const TovKernels::Resampling r = request(quality, inRate, outRate, phase);
-    const Inputs inputs(random, channels, r, frames);
+    const Inputs inputs(random, channels, r, frames, kTights[random() % 2]);
     const auto expected = resampled(TovKernels::plain, r, inputs, channels, frames);
     for (const TovKernels* const set : support::fastSets()) {
       const auto got = resampled(*set, r, inputs, channels, frames);
@@ -112,7 +159,7 @@ TEST(ResamplingKernels, GiveThePlainBitsAlongLongBuffers)
     for (const float phase : {0.0f, 0.25f, 1.0f / 3.0f, -0.99999994f, -0.5f}) {
       const int quality = phase == 0.25f ? 2 : 3;
       const TovKernels::Resampling r = request(quality, rates.first, rates.second, phase);
-      const Inputs inputs(random, 1, r, frames);
+      const Inputs inputs(random, 1, r, frames, Tight::AtEnd);
       const auto expected = resampled(TovKernels::plain, r, inputs, 1, frames);
       for (const TovKernels* const set : support::fastSets())
         ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, frames)[0]))
@@ -134,11 +181,41 @@ TEST(ResamplingKernels, GiveThePlainBitsWhereNoLaneKeepsItsSpacing)
   for (int i = 0; i < 1000; ++i) {
     phase = std::nextafter(phase, 1.0f);
     const TovKernels::Resampling r = request(1, kInRate, kOutRate, phase);
-    const Inputs inputs(random, 1, r, kFrames);
+    const Inputs inputs(random, 1, r, kFrames, Tight::AtEnd);
     const auto expected = resampled(TovKernels::plain, r, inputs, 1, kFrames);
     for (const TovKernels* const set : support::fastSets())
       ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, kFrames)[0]))
           << set->name << " from " << phase;
+  }
+}
+
+/** The most that the fast loops set room aside for: 512 input frames or outputs
+ *  of a period, and 128 handles, as far as both come together. */
+TEST(ResamplingKernels, GiveThePlainBitsWithTheLongestPeriodsAndTheMostHandles)
+{
+  struct Extreme {
+    int quality;
+    int inRate;
+    int outRate;
+    int handles;
+  };
+  constexpr Extreme kExtremes[] = {{3, 512, 53, 127}, {2, 507, 28, 128}, {1, 505, 12, 128},
+                                   {2, 512, 29, 125}, {3, 511, 512, 14}, {3, 509, 512, 14}};
+  std::mt19937 random(10);
+  for (const Extreme& extreme : kExtremes) {
+    for (const int channels : {1, 2, 3, 5}) {
+      for (const Tight tight : kTights) {
+        const TovKernels::Resampling r =
+            request(extreme.quality, extreme.inRate, extreme.outRate, 0.75f);
+        ASSERT_EQ(extreme.handles, r.handles);
+        const long long frames = 40 * extreme.outRate + 7;
+        const Inputs inputs(random, channels, r, frames, tight);
+        const auto expected = resampled(TovKernels::plain, r, inputs, channels, frames);
+        for (const TovKernels* const set : support::fastSets())
+          EXPECT_EQ(expected, resampled(*set, r, inputs, channels, frames))
+              << set->name << ", " << extreme.inRate << " to " << extreme.outRate;
+      }
+    }
   }
 }
 

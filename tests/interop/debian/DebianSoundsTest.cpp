@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <filesystem>
+#include <iterator>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +16,7 @@
 namespace {
 
 using support::DebianSound;
+using support::Facts;
 using support::LibraryReading;
 using support::Verdict;
 
@@ -83,6 +86,42 @@ TEST(DebianSounds, AreReadAsByLibsndfileOrRefusedForTheirReason)
       break;
     }
   }
+}
+
+/** What SoX takes a file for; none where it reads none of it. */
+struct OtherOpinion {
+  const char* ending; ///< of the file's name
+  std::optional<Facts> facts;
+};
+
+/** SoX knows no samples that fill only a part of their bytes: it divides the
+ *  bytes by the bits that are used, or refuses the file.  libsndfile and ffprobe
+ *  go by the size of a frame, as the library does. */
+const OtherOpinion kOpinionsOfSox[] = {{"-10S-20bit-extra.wav", Facts{1234, 1, 20, 12}},
+                                       {"-4ch-9S-12bit.wav", Facts{8000, 4, 12, 12}},
+                                       {"-5ch-9S-5bit.wav", std::nullopt}};
+
+TEST(DebianSounds, AreWhatSoxAndFfprobeTakeThemFor)
+{
+  std::size_t others = 0;
+  for (const DebianSound& sound : support::debianSounds()) {
+    if (sound.verdict != Verdict::Handled && sound.verdict != Verdict::ScaledFloats)
+      continue;
+    SCOPED_TRACE(sound.name);
+    const std::string path = support::debianPath(sound);
+    const Facts facts = support::factsByLibrary(path);
+    EXPECT_EQ(facts, support::factsByFfprobe(path));
+    const auto other =
+        std::find_if(std::begin(kOpinionsOfSox), std::end(kOpinionsOfSox),
+                     [&](const OtherOpinion& each) { return sound.name.ends_with(each.ending); });
+    if (other == std::end(kOpinionsOfSox)) {
+      EXPECT_EQ(facts, support::factsBySoxIfRead(path));
+    } else {
+      ++others;
+      EXPECT_EQ(other->facts, support::factsBySoxIfRead(path));
+    }
+  }
+  EXPECT_EQ(others, std::size(kOpinionsOfSox));
 }
 
 } // namespace
