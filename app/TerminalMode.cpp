@@ -1,6 +1,7 @@
 #include "app/TerminalMode.h"
 
 #include <array>
+#include <atomic>
 #include <csignal>
 
 #include <termios.h>
@@ -17,9 +18,11 @@ static constexpr std::array kEndings = {SIGSEGV, SIGBUS,  SIGFPE,  SIGILL,  SIGA
                                         SIGSYS,  SIGTRAP, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2};
 
 // What the handlers know.  Written by the main thread, before they are there
-// or in single words.
+// or in single words.  A handler may run on another thread: the main one takes
+// no signal while it starts a thread.
 static termios original;
-static volatile std::sig_atomic_t isEntered = 0;
+static std::atomic<bool> isEntered{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "handlers may not wait");
 static volatile std::sig_atomic_t isSuspensionWanted = 0;
 static std::array<struct sigaction, kEndings.size()> endingsBefore;
 static struct sigaction suspensionBefore;
@@ -35,11 +38,7 @@ static bool isInForeground()
 /** Calls only what a signal handler may. */
 static void restore()
 {
-  if (isEntered == 0) {
-    return;
-  }
-  isEntered = 0;
-  if (!isInForeground()) {
+  if (!isEntered || !isInForeground()) {
     return;
   }
   tcsetattr(TerminalMode::kKeys, TCSANOW, &original);
@@ -47,7 +46,9 @@ static void restore()
 }
 
 extern "C" {
-/** Whatever the signal did before, it does once the terminal is restored. */
+/** Whatever the signal did before, it does once the terminal is restored.  It
+ *  counts as entered all the same, so that the main thread, which may go on for
+ *  a moment, does not enter it again. */
 static void restoreAndEnd(int signalNumber)
 {
   restore();
@@ -67,7 +68,7 @@ static void rememberSuspension(int)
 /** Whoever stopped the program may have changed the terminal. */
 static void forgetTerminal(int)
 {
-  isEntered = 0;
+  isEntered = false;
 }
 }
 
@@ -137,7 +138,7 @@ bool TerminalMode::isOurs()
   if (!isInForeground()) {
     return false;
   }
-  if (isEntered == 0) {
+  if (!isEntered) {
     enter();
   }
   return true;
@@ -157,7 +158,7 @@ void TerminalMode::enter()
   single.c_cc[VMIN] = 1;
   single.c_cc[VTIME] = 0;
   // Before the change, so that no signal finds it made and not told.
-  isEntered = 1;
+  isEntered = true;
   isNew = true;
   tcsetattr(kKeys, TCSANOW, &single);
   [[maybe_unused]] const ssize_t written = write(kScreen, kEnter, sizeof kEnter - 1);
@@ -166,8 +167,8 @@ void TerminalMode::enter()
 /** Keys that nobody has read are not for the shell. */
 void TerminalMode::leave()
 {
-  const bool wasEntered = isEntered != 0;
   restore();
+  const bool wasEntered = isEntered.exchange(false);
   if (wasEntered && isInForeground()) {
     tcflush(kKeys, TCIFLUSH);
   }

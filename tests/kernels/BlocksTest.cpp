@@ -1,4 +1,3 @@
-#include <cstring>
 #include <functional>
 #include <random>
 #include <vector>
@@ -6,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/kernels/KernelSets.h"
+#include "tests/kernels/SameBits.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ void expectPlainBits(const Work& work)
       Channels got = channels;
       work(*set, got, frames);
       for (std::size_t i = 0; i < got.size(); ++i)
-        ASSERT_EQ(0, std::memcmp(expected[i].data(), got[i].data(), got[i].size() * sizeof(float)))
+        ASSERT_TRUE(support::areSameBits(expected[i], got[i]))
             << set->name << ", channel " << i << ", " << frames << " frames";
     }
   }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "pcm/TovPcm.h"
 #include "tests/kernels/KernelSets.h"
+#include "tests/kernels/SameBits.h"
 #include "tests/support/GuardedBlock.h"
 
 namespace {
@@ -106,11 +106,6 @@ std::vector<std::vector<float>> resampled(const TovKernels& set, const TovKernel
   return outputs.copied();
 }
 
-bool areSameBits(const std::vector<float>& a, const std::vector<float>& b)
-{
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0;
-}
-
 constexpr std::pair<int, int> kRates[] = {
     {44100, 48000}, {48000, 44100}, {96000, 48000}, {44100, 96000}, {44100, 44101}, {22050, 48000},
     {48000, 32000}, {8000, 48000},  {48000, 8000},  {44100, 22050}, {32000, 44100}, {44100, 47999},
@@ -138,7 +133,7 @@ TEST(ResamplingKernels, GiveThePlainBits)
     for (const TovKernels* const set : support::fastSets()) {
       const auto got = resampled(*set, r, inputs, channels, frames);
       for (int i = 0; i < channels; ++i)
-        ASSERT_TRUE(areSameBits(expected[static_cast<std::size_t>(i)],
+        ASSERT_TRUE(support::areSameBits(expected[static_cast<std::size_t>(i)],
                                 got[static_cast<std::size_t>(i)]))
             << set->name << ", quality " << quality << ", " << inRate << " to " << outRate << ", "
             << frames << " frames from " << phase << ", channel " << i;
@@ -162,7 +157,7 @@ TEST(ResamplingKernels, GiveThePlainBitsAlongLongBuffers)
       const Inputs inputs(random, 1, r, frames, Tight::AtEnd);
       const auto expected = resampled(TovKernels::plain, r, inputs, 1, frames);
       for (const TovKernels* const set : support::fastSets())
-        ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, frames)[0]))
+        ASSERT_TRUE(support::areSameBits(expected[0], resampled(*set, r, inputs, 1, frames)[0]))
             << set->name << ", " << rates.first << " to " << rates.second << " from " << phase;
     }
   }
@@ -184,7 +179,7 @@ TEST(ResamplingKernels, GiveThePlainBitsWhereNoLaneKeepsItsSpacing)
     const Inputs inputs(random, 1, r, kFrames, Tight::AtEnd);
     const auto expected = resampled(TovKernels::plain, r, inputs, 1, kFrames);
     for (const TovKernels* const set : support::fastSets())
-      ASSERT_TRUE(areSameBits(expected[0], resampled(*set, r, inputs, 1, kFrames)[0]))
+      ASSERT_TRUE(support::areSameBits(expected[0], resampled(*set, r, inputs, 1, kFrames)[0]))
           << set->name << " from " << phase;
   }
 }
