@@ -64,8 +64,8 @@ static std::string clockText(double seconds, const TimeScale& scale, double step
   }
   std::string label = (seconds < 0.0 && units > 0 ? kMinus : "") + std::string(text);
   if (decimals > 0) {
-    (void)std::snprintf(text, sizeof text, ".%0*lld", decimals, units % perSecond);
-    label += text;
+    // With the digit in front, which keeps the zeros behind the point.
+    label += std::to_string(perSecond + units % perSecond).replace(0, 1, ".");
   }
   return label;
 }
