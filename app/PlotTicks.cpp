@@ -65,7 +65,8 @@ static std::string clockText(double seconds, const TimeScale& scale, double step
   std::string label = (seconds < 0.0 && units > 0 ? kMinus : "") + std::string(text);
   if (decimals > 0) {
     // With the digit in front, which keeps the zeros behind the point.
-    label += "." + std::to_string(perSecond + units % perSecond).substr(1);
+    label += '.';
+    label += std::to_string(perSecond + units % perSecond).substr(1);
   }
   return label;
 }
