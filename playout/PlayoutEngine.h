@@ -63,7 +63,10 @@ TOV_PLAYOUT_API int PeMixerDestroy(PeMixer mixer);
 
 /** Drops what the engine holds of the last playback: its meters, and a device
  *  that was lost.  What the device has been handed is still heard, so that the
- *  end of a span is not cut off.  Fails while the transport plays. */
+ *  end of a span is not cut off.  Fails while the transport plays, and where a
+ *  supplier call that a stop did not wait for is still under way a second
+ *  later.  Blocks until the call of the output callback has ended that is
+ *  under way, for a second at the most. */
 TOV_PLAYOUT_API int PeMixerReset(PeMixer mixer);
 
 /** Wraps a supplier function for PeMixerCreateTrack().  Never freed; the same

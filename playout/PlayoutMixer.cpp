@@ -47,7 +47,8 @@ int PlayoutMixer::createTrack(PeAudioSupplierProc supplier, void* refCon, int ch
 int PlayoutMixer::reset()
 {
   const std::lock_guard<std::mutex> guard(controlMutex);
-  if (plays() || !gate.waitUntilOutside(std::chrono::seconds(0)))
+  // A call may have come since the stop, which plays silence: it ends soon.
+  if (plays() || !gate.waitUntilOutside(kLongestCallback))
     return 1;
   if (track)
     track->clear();

@@ -224,6 +224,31 @@ TEST(PlayoutThreads, StopGivesUpOnASupplierThatDoesNotReturn)
   EXPECT_EQ(PeTransportStop(engine.transport), 0);
 }
 
+// Between a stop and a reset the device goes on to ask for silence.
+TEST(PlayoutThreads, ResetWaitsForACallOfSilence)
+{
+  support::PlayingEngine engine;
+  engine.start(0);
+  ASSERT_EQ(PeTransportStop(engine.transport), 0);
+  PlayoutSource& source = *engine.device().source;
+  std::atomic<bool> done = false;
+  std::atomic<long> calls = 0;
+  std::thread callback([&] {
+    constexpr long kFrames = 100000;
+    std::vector<float> out(2 * kFrames);
+    for (; !done; ++calls)
+      source.render(out.data(), kFrames);
+  });
+  int failures = 0;
+  for (int reset = 0; reset < 100 || calls < 100; ++reset) {
+    failures += PeMixerReset(engine.mixer);
+    std::this_thread::yield();
+  }
+  done = true;
+  callback.join();
+  EXPECT_EQ(failures, 0);
+}
+
 TEST(CallbackGate, IsOpenOnceTheCallThatWasUnderWayHasEnded)
 {
   constexpr std::chrono::nanoseconds kNoTime(0);
