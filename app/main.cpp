@@ -118,15 +118,12 @@ static Ending run(int argc, char** argv)
 {
   CLI::App program("Mixes, plays, converts and examines sound files.", "tov");
   declareProgram(program);
-  const std::vector<Command> commands = {{declareInfo(program), runInfo},
-                                         {declareConvert(program), runConvert},
-                                         {declareMix(program), runMix},
-                                         {declarePlay(program), runPlay},
-                                         {declarePlot(program), runPlot},
-                                         {declareSave(program), runSave},
-                                         {declareDemo(program), runDemo},
-                                         {declareCompletion(program), runCompletion},
-                                         {declareManual(program), runManual}};
+  const std::vector<Command> commands = {
+      {declareInfo(program), runInfo},    {declareConvert(program), runConvert},
+      {declareMix(program), runMix},      {declarePlay(program), runPlay},
+      {declarePlot(program), runPlot},    {declareSave(program), runSave},
+      {declareDemo(program), runDemo},    {declareCompletion(program), runCompletion},
+      {declareManual(program), runManual}};
   try {
     program.parse(argc, argv);
     return {runParsed(program, commands), ""};

@@ -36,6 +36,7 @@ std::unique_ptr<char[]> copyOf(const char* text)
 TovNLPArray<float> advanced(const TovNLPArray<float>& buffers, int count, long long frames)
 {
   TovNLPArray<float> result;
+  result.growTo(count);
   for (int i = 0; i < count; ++i)
     result.append(buffers[i] + frames);
   return result;

@@ -194,6 +194,8 @@ int TovAudioResampler::resampleInput(TovAudioProvider& provider, const TovNLPArr
   allocSampleBuffers(channels, frames);
   TovNLPArray<float> blocks;
   TovNLPArray<float> sources; // the same, from input frame 0 on
+  blocks.growTo(channels);
+  sources.growTo(channels);
   for (int i = 0; i < channels; ++i) {
     blocks.append(getSampleBuffers()[i]);
     sources.append(blocks[i] + handles);

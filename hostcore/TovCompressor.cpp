@@ -104,9 +104,9 @@ int TovCompressor::compressBuffer(TovBuffer& buffer, int length)
   for (std::size_t i = 0; i < kLengthBytes; ++i)
     packed[i] = static_cast<unsigned char>(dataBytes >> (8 * (kLengthBytes - 1 - i)) & 0xff);
   const unsigned char nothing = 0;
-  const int result = compress2(packed.data() + kLengthBytes, &streamBytes,
-                               dataBytes ? buffer.getData() : &nothing, dataBytes,
-                               Z_BEST_COMPRESSION);
+  const int result =
+      compress2(packed.data() + kLengthBytes, &streamBytes, dataBytes ? buffer.getData() : &nothing,
+                dataBytes, Z_BEST_COMPRESSION);
   if (result == Z_MEM_ERROR)
     throw std::bad_alloc();
   if (result != Z_OK)

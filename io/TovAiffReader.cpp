@@ -61,7 +61,8 @@ int TovAiffReader::getAiffDetails(TovFile& file, TovAiffFmtChunk* fmt, long long
   if (TovChunkWalk(file, layout).run() != 0)
     return 1;
   const std::uint32_t bytesPerSample = (fmt->sampleSize + 7u) / 8u;
-  const std::uint32_t size = bytesPerSample * fmt->numSampleFrames * fmt->numChannels; // modulo 2^32
+  const std::uint32_t size =
+      bytesPerSample * fmt->numSampleFrames * fmt->numChannels; // modulo 2^32
   *dataSize = size;
   return 0;
 }

@@ -59,6 +59,7 @@ int TovAudioWriter::appendFrames(bool isOpen, TovFile& file, const TovAudioIOFor
 
   TovNLPArray<float> sources(inputs);
   TovNLArray<int> channels;
+  channels.growTo(inputs.getCount());
   for (int i = 0; i < inputs.getCount(); ++i)
     channels.append(i);
 

@@ -40,6 +40,7 @@ bool Buffers::untouched() const
 TovNLArray<int> channelMap(const std::vector<int>& channels)
 {
   TovNLArray<int> map;
+  map.growTo(static_cast<int>(channels.size()));
   for (const int channel : channels)
     map.append(channel);
   return map;

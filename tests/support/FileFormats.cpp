@@ -45,6 +45,7 @@ Signal noise(int channels, long long frames, unsigned int seed, float limit)
 TovNLPArray<float> pointers(Signal& signal, long long first)
 {
   TovNLPArray<float> array;
+  array.growTo(static_cast<int>(signal.size()));
   for (std::vector<float>& channel : signal)
     array.append(channel.data() + first);
   return array;
