@@ -107,7 +107,8 @@ static const OutputPlan& checkedForSize(const OutputPlan& plan)
 {
   constexpr double kMostBytes = 4294967295.0 + 8.0;
   // In floating point, since the product of large numbers must not overflow.
-  const double bytes = 54.0 + static_cast<double>(plan.frames) * plan.channels * (plan.bits / 8);
+  const int sampleBytes = plan.bits / 8;
+  const double bytes = 54.0 + static_cast<double>(plan.frames) * plan.channels * sampleBytes;
   if (bytes > kMostBytes) {
     char size[48];
     (void)std::snprintf(size, sizeof size, "%.1f", bytes / 1e9);

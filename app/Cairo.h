@@ -22,7 +22,8 @@
 /** The functions of cairo that pictures take, by their names without
  *  "cairo_". */
 struct Cairo {
-#define TOV_MEMBER(name) decltype(&cairo_##name) name;
+#define TOV_MEMBER(name)                                                                           \
+  decltype(&cairo_##name) name; // NOLINT(bugprone-macro-parentheses): declares it
   TOV_CAIRO_FUNCTIONS(TOV_MEMBER)
 #undef TOV_MEMBER
 };

@@ -122,7 +122,7 @@ static void readArguments(const std::vector<Argument>& arguments, std::string& f
 static void tellWhatFollows(const std::string& folder)
 {
   std::printf("Five sound files are made in %s and mixed into %s.\n\n", folder.c_str(), kMixFile);
-  std::fflush(stdout);
+  (void)std::fflush(stdout);
 }
 
 static void tellWhatNow()

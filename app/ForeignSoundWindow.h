@@ -31,7 +31,7 @@ public:
 
 private:
   struct CloseFile {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
+    void operator()(std::FILE* stream) const { (void)std::fclose(stream); }
   };
 
   std::size_t samplesOf(long long frames) const;

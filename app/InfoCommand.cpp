@@ -179,8 +179,8 @@ int runInfo(const CLI::App& command)
       tellOf(name, mappings, isJson || isQuiet ? &objects : nullptr);
     } catch (const Failure& failure) {
       status = 1;
-      std::fflush(stdout);
-      std::fprintf(stderr, "%s\n", failure.what());
+      (void)std::fflush(stdout);
+      (void)std::fprintf(stderr, "%s\n", failure.what());
       objects.push_back({{"file", name}, {"error", failure.reason()}});
     }
   }

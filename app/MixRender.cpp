@@ -29,6 +29,7 @@ static std::string adviceOnLevel(float masterGain, const LevelMeter& levels)
 static std::vector<MixedTrack> tracksOf(const MixGraph& graph)
 {
   std::vector<MixedTrack> tracks;
+  tracks.reserve(static_cast<std::size_t>(graph.getTrackCount()));
   for (int i = 0; i < graph.getTrackCount(); ++i) {
     tracks.push_back({graph.getTrack(i), graph.getPlan(i), graph.isHeard(i)});
   }

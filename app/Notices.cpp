@@ -5,6 +5,6 @@
 void Notices::say(const std::string& file, const std::string& text) const
 {
   if (!quiet) {
-    std::fprintf(stderr, "%s: %s\n", file.c_str(), text.c_str());
+    (void)std::fprintf(stderr, "%s: %s\n", file.c_str(), text.c_str());
   }
 }

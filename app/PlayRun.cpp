@@ -104,7 +104,7 @@ static void report(const Playback& playback, ProgressStyle style, const char* ev
   }
   const PlayStatus status = statusOf(playback.session, playback.tracks, playback.player);
   if (style == ProgressStyle::text) {
-    std::fprintf(stderr, "%s\n", statusText(status).c_str());
+    (void)std::fprintf(stderr, "%s\n", statusText(status).c_str());
   } else if (!(std::cout << statusJson(status, event) << std::endl)) {
     throw Failure("standard output", "could not be written");
   }

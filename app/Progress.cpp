@@ -1,6 +1,7 @@
 #include "app/Progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 
@@ -44,8 +45,8 @@ Progress::Progress(ProgressStyle wanted, long long frames, int framesPerSecond)
 Progress::~Progress()
 {
   if (isLineShown) {
-    std::fputs("\r\033[K", stderr);
-    std::fflush(stderr);
+    (void)std::fputs("\r\033[K", stderr);
+    (void)std::fflush(stderr);
   }
 }
 
@@ -85,10 +86,10 @@ void Progress::show(double elapsed)
 
 void Progress::showText(double percent, double secondsLeft)
 {
-  const long left = static_cast<long>(secondsLeft + 0.5);
-  std::fprintf(stderr, "\r%3.0f%%  %.1f x real time  %ld:%02ld left\033[K", percent,
-               timesRealTime(), left / 60, left % 60);
-  std::fflush(stderr);
+  const long left = std::lround(secondsLeft);
+  (void)std::fprintf(stderr, "\r%3.0f%%  %.1f x real time  %ld:%02ld left\033[K", percent,
+                     timesRealTime(), left / 60, left % 60);
+  (void)std::fflush(stderr);
   isLineShown = true;
 }
 

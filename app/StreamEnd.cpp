@@ -72,7 +72,7 @@ bool endsWithLastPage(HeaderBytes& bytes)
   constexpr int kLongestPage = 27 + 255 + 255 * 255;
   constexpr int kFlagsAt = 5;
   constexpr char kLastPage = 4;
-  const int looked = static_cast<int>(std::min<long long>(bytes.size(), 2 * kLongestPage));
+  const int looked = static_cast<int>(std::min<long long>(bytes.size(), 2LL * kLongestPage));
   const std::string tail = bytes.text(bytes.size() - looked, looked);
   const std::size_t page = tail.rfind("OggS");
   if (page == std::string::npos || tail.size() < page + 27) {

@@ -57,7 +57,7 @@ static void restoreAndEnd(int signalNumber)
       sigaction(signalNumber, &endingsBefore[i], nullptr);
     }
   }
-  raise(signalNumber);
+  (void)raise(signalNumber);
 }
 
 static void rememberSuspension(int)
@@ -184,6 +184,6 @@ void TerminalMode::suspend()
   isSuspensionWanted = 0;
   leave();
   sigaction(SIGTSTP, &suspensionBefore, nullptr);
-  raise(SIGTSTP);
+  (void)raise(SIGTSTP);
   handle(SIGTSTP, rememberSuspension, SA_RESTART, suspensionBefore);
 }

@@ -62,7 +62,13 @@ static std::string optionArguments(const CLI::App& command)
           takesValue(*option) ? ":" + escaped(option->get_type_name()) + ":" + completerOf(*option)
                               : "";
       for (const std::string& name : namesOf(*option)) {
-        text += " \\\n    '*" + name + "[" + briefly(option->get_description()) + "]" + value + "'";
+        text += " \\\n    '*";
+        text += name;
+        text += '[';
+        text += briefly(option->get_description());
+        text += ']';
+        text += value;
+        text += '\'';
       }
     }
   }

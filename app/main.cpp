@@ -102,14 +102,14 @@ static Ending wrongUsage(const CLI::App& program, const std::string& sentence)
 {
   const std::vector<CLI::App*> chosen = program.get_subcommands();
   const std::string help = chosen.empty() ? "tov" : "tov " + chosen.front()->get_name();
-  std::fprintf(stderr, "%s: %s\n\"%s --help\" tells the usage.\n", help.c_str(), sentence.c_str(),
-               help.c_str());
+  (void)std::fprintf(stderr, "%s: %s\n\"%s --help\" tells the usage.\n", help.c_str(),
+                     sentence.c_str(), help.c_str());
   return {kWrongUsage, sentence};
 }
 
 static Ending failed(const std::string& sentence)
 {
-  std::fprintf(stderr, "%s\n", sentence.c_str());
+  (void)std::fprintf(stderr, "%s\n", sentence.c_str());
   return {kFailed, sentence};
 }
 
@@ -134,7 +134,7 @@ static Ending run(int argc, char** argv)
   } catch (const UsageError& error) {
     return wrongUsage(program, error.what());
   } catch (const Interrupted&) {
-    std::fprintf(stderr, "tov: interrupted\n");
+    (void)std::fprintf(stderr, "tov: interrupted\n");
     return {kInterrupted, ""};
   } catch (const std::bad_alloc&) {
     return failed("tov: out of memory");
@@ -167,9 +167,9 @@ int main(int argc, char** argv)
     return ending.exitStatus;
   } catch (const std::bad_alloc&) {
     // It does not even suffice for the sentence about it.
-    std::fputs("tov: out of memory\n", stderr);
+    (void)std::fputs("tov: out of memory\n", stderr);
   } catch (const std::exception& failure) {
-    std::fprintf(stderr, "tov: %s\n", failure.what());
+    (void)std::fprintf(stderr, "tov: %s\n", failure.what());
   }
   return kFailed;
 }

@@ -66,7 +66,7 @@ public:
       }
     }
     for (int i = 0; i < length; ++i) {
-      float* const pair = pairs(delta) + 2 * TovKernels::FilterWing::pairIndex(i, entries);
+      float* const pair = pairs(delta) + 2LL * TovKernels::FilterWing::pairIndex(i, entries);
       pair[0] = value[i];
       pair[1] = delta[i];
     }

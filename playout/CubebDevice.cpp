@@ -353,7 +353,7 @@ public:
   void close() override;
 
 private:
-  int step(Milliseconds limit, std::function<int(CubebSession&)> action);
+  int step(Milliseconds limit, const std::function<int(CubebSession&)>& action);
 
   const std::shared_ptr<SharedState> current = std::make_shared<SharedState>();
   std::shared_ptr<CubebSession> session;
@@ -382,7 +382,7 @@ int CubebDevice::stop()
 
 /** Has the session do something.  A step that is late holds the session, which
  *  is not to be touched by another then, and destroys it when it comes back. */
-int CubebDevice::step(Milliseconds limit, std::function<int(CubebSession&)> action)
+int CubebDevice::step(Milliseconds limit, const std::function<int(CubebSession&)>& action)
 {
   const int result = within(limit, [held = session, action] { return action(*held); });
   if (result == kLate) {

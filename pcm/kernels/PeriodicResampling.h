@@ -187,7 +187,8 @@ Ending endingOf(const TovKernels::Resampling& r, long long frames)
   constexpr int kDoubtfulTaps = kStretched ? 6 : 1;
   EvenPositions last(r.phase, r.step);
   last.skip(frames - 1);
-  const double taps = r.wing.length / r.wing.samplesPerCrossing / (kStretched ? r.ratio : 1.0);
+  const int crossings = r.wing.length / r.wing.samplesPerCrossing;
+  const double taps = crossings / (kStretched ? r.ratio : 1.0);
   const double sure = taps - (kStretched ? kDoubtfulTaps / 2 + 1 : kDoubtfulTaps);
   return {static_cast<long long>(kDoubtfulTaps * r.ratio) + 3,
           static_cast<long long>(::ceil(last.position()) + (sure > 0.0 ? sure : 0.0))};

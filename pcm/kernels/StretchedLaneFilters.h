@@ -317,9 +317,10 @@ private:
   {
     Floats all = Floats{} + distance;
     float away = 6e-8f;
-    for (int lane = 1; lane + 1 < kLanes; lane += 2, away *= 3.0f) {
+    for (int lane = 1; lane + 1 < kLanes; lane += 2) {
       all[lane] = distance > away ? distance - away : 0.0f;
       all[lane + 1] = distance + away < r.ratioF ? distance + away : r.ratioF;
+      away *= 3.0f;
     }
     return all;
   }
