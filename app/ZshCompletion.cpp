@@ -62,13 +62,8 @@ static std::string optionArguments(const CLI::App& command)
           takesValue(*option) ? ":" + escaped(option->get_type_name()) + ":" + completerOf(*option)
                               : "";
       for (const std::string& name : namesOf(*option)) {
-        text += " \\\n    '*";
-        text += name;
-        text += '[';
-        text += briefly(option->get_description());
-        text += ']';
-        text += value;
-        text += '\'';
+        text.append(" \\\n    '*").append(name).append("[");
+        text.append(briefly(option->get_description())).append("]").append(value).append("'");
       }
     }
   }
